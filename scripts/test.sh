@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds a preset (default unless named) and runs
+# every test of it.
+set -euo pipefail
+preset=${1:-default}
+cd "$(dirname "$0")/.."
+scripts/install-deps.sh
+cmake --preset "$preset"
+cmake --build --preset "$preset"
+ctest --preset "$preset"

@@ -1,0 +1,49 @@
+/* Data-agent access (vkadb64). An agent is found by its prefix ("kvda"):
+ * either a module lib<prefix>.so in the agents directory, or an in-process
+ * agent installed by a test. The transport stays behind these functions. */
+#ifndef VK_PLATFORM_VKDB_H
+#define VK_PLATFORM_VKDB_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define VK_VKDB_EXPORT __attribute__((visibility("default")))
+
+/* Non-zero (low 16 bits) when the agent can be reached. */
+VK_VKDB_EXPORT uint32_t VKDBPluginInstalledByPrefix(const char* prefix);
+/* A handle for the agent, 0 when there is none. Handles stay valid until
+ * the process ends or the in-process agent is removed. */
+VK_VKDB_EXPORT uintptr_t VKDBPluginGetIDByPrefix(const char* prefix);
+/* Sends a name/value list (first entry "vkacmd=<request>") and returns the
+ * agent's XML answer, to be released with VKDBPluginFreeData; null when the
+ * agent did not answer. */
+VK_VKDB_EXPORT char* VKDBPluginSendCmd(uintptr_t id, uint32_t count, const char** nvPairs);
+VK_VKDB_EXPORT void VKDBPluginFreeData(uintptr_t id, char* data);
+
+/* ---- agent modules ------------------------------------------------------
+ * An agent module exports these two functions with C linkage. */
+typedef char* (*VKDBAgentSendCmdFunc)(void* context, uint32_t count, const char** nvPairs);
+typedef void (*VKDBAgentFreeDataFunc)(void* context, char* data);
+#define VKDB_AGENT_SEND_SYMBOL "VKDBAgentSendCmd"
+#define VKDB_AGENT_FREE_SYMBOL "VKDBAgentFreeData"
+/* Module agents are called with a null context. */
+
+/* In-process agents (tests, embedding): installed agents take precedence
+ * over modules of the same prefix. Installing again replaces; removing
+ * with VKDBPluginRemoveAgent falls back to the module. 0 on success. */
+VK_VKDB_EXPORT int32_t VKDBPluginInstallAgent(const char* prefix, VKDBAgentSendCmdFunc send,
+                                              VKDBAgentFreeDataFunc freeData, void* context);
+VK_VKDB_EXPORT void VKDBPluginRemoveAgent(const char* prefix);
+
+/* The directory searched for agent modules: $VK_AGENT_DIR when set, else
+ * "agents" beside this library. */
+VK_VKDB_EXPORT const char* VKDBPluginAgentDir(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
