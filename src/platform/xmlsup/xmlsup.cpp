@@ -1,0 +1,283 @@
+// XML support over libxml2. Parsing never prints (errors and warnings are
+// switched off per parse), never touches the network and never expands
+// entities, so any answer text, well-formed or not, is safe to query.
+#include "xmlsup.h"
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace {
+
+constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
+
+struct DocFree {
+    void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
+};
+using DocPtr = std::unique_ptr<xmlDoc, DocFree>;
+
+struct XmlCharFree {
+    void operator()(xmlChar* s) const { xmlFree(s); }
+};
+using XmlString = std::unique_ptr<xmlChar, XmlCharFree>;
+
+struct ParserCtxtFree {
+    void operator()(xmlParserCtxt* ctxt) const { xmlFreeParserCtxt(ctxt); }
+};
+
+void InitLibrary() {
+    static std::once_flag once;
+    std::call_once(once, [] { xmlInitParser(); });
+}
+
+// Null when the text is empty or not well-formed.
+DocPtr Parse(const char* xml, uint32_t len) {
+    if (xml == nullptr || len == 0 || len > static_cast<uint32_t>(INT_MAX)) {
+        return nullptr;
+    }
+    InitLibrary();
+    // A private parser context keeps error reporting local to this parse.
+    std::unique_ptr<xmlParserCtxt, ParserCtxtFree> ctxt(xmlNewParserCtxt());
+    if (!ctxt) {
+        return nullptr;
+    }
+    DocPtr doc(
+        xmlCtxtReadMemory(ctxt.get(), xml, static_cast<int>(len), nullptr, nullptr, kParseOptions));
+    if (!doc || ctxt->wellFormed == 0 || xmlDocGetRootElement(doc.get()) == nullptr) {
+        return nullptr;
+    }
+    // Answers never carry a document type. Refusing one keeps entity
+    // declarations (and their expansion when text is read) out entirely.
+    if (doc->intSubset != nullptr || doc->extSubset != nullptr) {
+        return nullptr;
+    }
+    return doc;
+}
+
+bool NameIs(const xmlNode* node, const char* name) {
+    return node->type == XML_ELEMENT_NODE &&
+           std::strcmp(reinterpret_cast<const char*>(node->name), name) == 0;
+}
+
+// Calls visit for every element below (not including) top in document order;
+// stops when visit answers false.
+template <typename Visit>
+void WalkDescendants(xmlNode* top, Visit&& visit) {
+    xmlNode* node = top->children;
+    while (node != nullptr) {
+        if (node->type == XML_ELEMENT_NODE) {
+            if (!visit(node)) {
+                return;
+            }
+            if (node->children != nullptr) {
+                node = node->children;
+                continue;
+            }
+        }
+        while (node != nullptr && node != top && node->next == nullptr) {
+            node = node->parent;
+        }
+        if (node == nullptr || node == top) {
+            return;
+        }
+        node = node->next;
+    }
+}
+
+// The DOM root: owns the document, every list it handed out and not yet
+// freed, and the value strings of its elements.
+struct DomRoot {
+    struct List {
+        SXDOMGenericList list{};
+        std::vector<void*> items;
+    };
+
+    DocPtr doc;
+    std::mutex lock;
+    std::unordered_map<const xmlNode*, std::string> values;
+    std::unordered_map<const SXDOMGenericList*, std::unique_ptr<List>> lists;
+
+    SXDOMGenericList* MakeList(std::vector<void*> items) {
+        if (items.empty()) {
+            return nullptr;
+        }
+        auto holder = std::make_unique<List>();
+        holder->items = std::move(items);
+        holder->list.count = static_cast<uint32_t>(holder->items.size());
+        holder->list.ppItems = holder->items.data();
+        SXDOMGenericList* result = &holder->list;
+        std::lock_guard guard(lock);
+        lists.emplace(result, std::move(holder));
+        return result;
+    }
+};
+
+DomRoot* RootOf(const xmlNode* node) {
+    return node != nullptr && node->doc != nullptr ? static_cast<DomRoot*>(node->doc->_private)
+                                                   : nullptr;
+}
+
+xmlNode* AsElement(void* handle) {
+    auto* node = static_cast<xmlNode*>(handle);
+    return node != nullptr && node->type == XML_ELEMENT_NODE ? node : nullptr;
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t XMLSupGetXMLMemData(void* /*reserved0*/, const char* tag, uint32_t /*matchMode*/,
+                            uint32_t occurrence, uint32_t /*valueType*/, uint32_t* pSize, char* out,
+                            void* /*reserved1*/, void* /*reserved2*/, const char* xml,
+                            uint32_t xmlLen) {
+    if (tag == nullptr || *tag == '\0' || pSize == nullptr || *pSize == 0 || out == nullptr ||
+        xml == nullptr) {
+        return XMLSUP_BAD_ARGS;
+    }
+    try {
+        DocPtr doc = Parse(xml, xmlLen);
+        if (!doc) {
+            return XMLSUP_BAD_XML;
+        }
+        // The document element itself counts too: the lookup is over the whole text.
+        xmlNode* top = xmlDocGetRootElement(doc.get());
+        xmlNode* found = nullptr;
+        uint32_t seen = 0;
+        auto visit = [&](xmlNode* node) {
+            if (NameIs(node, tag) && seen++ == occurrence) {
+                found = node;
+                return false;
+            }
+            return true;
+        };
+        if (visit(top)) {
+            WalkDescendants(top, visit);
+        }
+        if (found == nullptr) {
+            return XMLSUP_NOT_FOUND;
+        }
+        XmlString content(xmlNodeGetContent(found));
+        const char* text = content ? reinterpret_cast<const char*>(content.get()) : "";
+        // Cut to the capacity less one byte for the terminator.
+        const size_t n = std::min<size_t>(std::strlen(text), *pSize - 1);
+        std::memcpy(out, text, n);
+        out[n] = '\0';
+        *pSize = static_cast<uint32_t>(n + 1);
+        return XMLSUP_OK;
+    } catch (const std::bad_alloc&) {
+        return XMLSUP_NOT_FOUND;
+    }
+}
+
+void* SXDOMCreate(const char* xml, uint32_t len, uint32_t /*flags*/) {
+    try {
+        DocPtr doc = Parse(xml, len);
+        if (!doc) {
+            return nullptr;
+        }
+        auto root = std::make_unique<DomRoot>();
+        doc->_private = root.get();
+        root->doc = std::move(doc);
+        return root.release();
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+void SXDOMDestroy(void* root) {
+    // Takes back the ownership handed out by SXDOMCreate.
+    std::unique_ptr<DomRoot> owned(static_cast<DomRoot*>(root));
+}
+
+SXDOMGenericList* SXDOMSelect(void* root, const char* name, uint32_t /*flags*/) {
+    auto* dom = static_cast<DomRoot*>(root);
+    if (dom == nullptr || name == nullptr) {
+        return nullptr;
+    }
+    try {
+        std::vector<void*> items;
+        WalkDescendants(xmlDocGetRootElement(dom->doc.get()), [&](xmlNode* node) {
+            if (NameIs(node, name)) {
+                items.push_back(node);
+            }
+            return true;
+        });
+        return dom->MakeList(std::move(items));
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+SXDOMGenericList* SXDOMGetChildList(void* element) {
+    xmlNode* node = AsElement(element);
+    DomRoot* dom = RootOf(node);
+    if (dom == nullptr) {
+        return nullptr;
+    }
+    try {
+        std::vector<void*> items;
+        for (xmlNode* child = node->children; child != nullptr; child = child->next) {
+            if (child->type == XML_ELEMENT_NODE) {
+                items.push_back(child);
+            }
+        }
+        return dom->MakeList(std::move(items));
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+const char* SXDOMGetName(void* element) {
+    xmlNode* node = AsElement(element);
+    return node != nullptr ? reinterpret_cast<const char*>(node->name) : nullptr;
+}
+
+const char* SXDOMGetValue(void* element) {
+    xmlNode* node = AsElement(element);
+    DomRoot* dom = RootOf(node);
+    if (dom == nullptr) {
+        return nullptr;
+    }
+    try {
+        std::lock_guard guard(dom->lock);
+        auto it = dom->values.find(node);
+        if (it == dom->values.end()) {
+            XmlString content(xmlNodeGetContent(node));
+            it = dom->values
+                     .emplace(node, content ? reinterpret_cast<const char*>(content.get()) : "")
+                     .first;
+        }
+        return it->second.c_str();
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+void SXDOMFreeGenericList(SXDOMGenericList* list) {
+    // Lists are never empty, so the first item leads back to the owning root.
+    if (list == nullptr || list->count == 0 || list->ppItems == nullptr) {
+        return;
+    }
+    DomRoot* dom = RootOf(static_cast<const xmlNode*>(list->ppItems[0]));
+    if (dom == nullptr) {
+        return;
+    }
+    std::unique_ptr<DomRoot::List> holder;
+    std::lock_guard guard(dom->lock);
+    auto it = dom->lists.find(list);
+    if (it != dom->lists.end()) {
+        holder = std::move(it->second);
+        dom->lists.erase(it);
+    }
+}
+
+}  // extern "C"
