@@ -1,0 +1,233 @@
+// Data-agent access. Every prefix gets one small handle for the life of the
+// process; what answers behind a handle is decided at each call: an agent
+// installed in-process first, else the module lib<prefix>.so from the agents
+// directory (loaded once and kept). Each answer remembers the agent that made
+// it, so it is always freed by its producer.
+#include "vkdb.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <map>
+#include <mutex>
+#include <new>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace {
+
+struct Agent {
+    VKDBAgentSendCmdFunc send = nullptr;
+    VKDBAgentFreeDataFunc freeData = nullptr;
+    void* context = nullptr;
+};
+
+struct Registry {
+    std::mutex lock;
+    std::map<std::string, Agent, std::less<>> installed;
+    std::map<std::string, Agent, std::less<>> modules;
+    std::map<std::string, uintptr_t, std::less<>> handles;
+    std::unordered_map<uintptr_t, std::string> prefixes;
+    // Answers handed out and not yet freed, with the agent that made them.
+    std::unordered_map<const char*, Agent> outstanding;
+    uintptr_t nextHandle = 1;
+};
+
+Registry& TheRegistry() {
+    static Registry registry;
+    return registry;
+}
+
+// Prefixes become file names, so only plain name characters are accepted.
+bool IsValidPrefix(std::string_view prefix) {
+    if (prefix.empty() || prefix.size() > 64) {
+        return false;
+    }
+    for (char c : prefix) {
+        const bool ok = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+                        (c >= '0' && c <= '9') || c == '_' || c == '-';
+        if (!ok) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string ComputeAgentDir() {
+    if (const char* env = std::getenv("VK_AGENT_DIR"); env != nullptr && *env != '\0') {
+        return env;
+    }
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<void*>(&VKDBPluginAgentDir), &info) != 0 &&
+        info.dli_fname != nullptr) {
+        std::string path = info.dli_fname;
+        const size_t slash = path.rfind('/');
+        if (slash != std::string::npos) {
+            return path.substr(0, slash + 1) + "agents";
+        }
+    }
+    return "agents";
+}
+
+// Loads lib<prefix>.so once; a module without both entry points is unusable.
+// Called with the registry lock held.
+std::optional<Agent> LoadModule(Registry& reg, std::string_view prefix) {
+    if (auto it = reg.modules.find(prefix); it != reg.modules.end()) {
+        return it->second;
+    }
+    const std::string path =
+        std::string(VKDBPluginAgentDir()) + "/lib" + std::string(prefix) + ".so";
+    void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (module == nullptr) {
+        return std::nullopt;
+    }
+    Agent agent;
+    agent.send = reinterpret_cast<VKDBAgentSendCmdFunc>(dlsym(module, VKDB_AGENT_SEND_SYMBOL));
+    agent.freeData = reinterpret_cast<VKDBAgentFreeDataFunc>(dlsym(module, VKDB_AGENT_FREE_SYMBOL));
+    if (agent.send == nullptr || agent.freeData == nullptr) {
+        dlclose(module);
+        return std::nullopt;
+    }
+    // The module stays loaded for the life of the process: answers and
+    // handles may outlive any single caller.
+    reg.modules.emplace(std::string(prefix), agent);
+    return agent;
+}
+
+// Called with the registry lock held.
+std::optional<Agent> Resolve(Registry& reg, std::string_view prefix) {
+    if (auto it = reg.installed.find(prefix); it != reg.installed.end()) {
+        return it->second;
+    }
+    return LoadModule(reg, prefix);
+}
+
+}  // namespace
+
+extern "C" {
+
+const char* VKDBPluginAgentDir(void) {
+    // Fixed at first use, so setting VK_AGENT_DIR later has no effect.
+    static const std::string dir = ComputeAgentDir();
+    return dir.c_str();
+}
+
+uint32_t VKDBPluginInstalledByPrefix(const char* prefix) {
+    if (prefix == nullptr || !IsValidPrefix(prefix)) {
+        return 0;
+    }
+    try {
+        Registry& reg = TheRegistry();
+        std::lock_guard guard(reg.lock);
+        return Resolve(reg, prefix).has_value() ? 1u : 0u;
+    } catch (const std::bad_alloc&) {
+        return 0;
+    }
+}
+
+uintptr_t VKDBPluginGetIDByPrefix(const char* prefix) {
+    if (prefix == nullptr || !IsValidPrefix(prefix)) {
+        return 0;
+    }
+    try {
+        Registry& reg = TheRegistry();
+        std::lock_guard guard(reg.lock);
+        if (!Resolve(reg, prefix).has_value()) {
+            return 0;
+        }
+        if (auto it = reg.handles.find(std::string_view(prefix)); it != reg.handles.end()) {
+            return it->second;
+        }
+        const uintptr_t id = reg.nextHandle++;
+        reg.handles.emplace(prefix, id);
+        reg.prefixes.emplace(id, prefix);
+        return id;
+    } catch (const std::bad_alloc&) {
+        return 0;
+    }
+}
+
+char* VKDBPluginSendCmd(uintptr_t id, uint32_t count, const char** nvPairs) {
+    if (nvPairs == nullptr || count == 0) {
+        return nullptr;
+    }
+    try {
+        Registry& reg = TheRegistry();
+        std::optional<Agent> agent;
+        {
+            std::lock_guard guard(reg.lock);
+            auto it = reg.prefixes.find(id);
+            if (it == reg.prefixes.end()) {
+                return nullptr;
+            }
+            agent = Resolve(reg, it->second);
+        }
+        if (!agent) {
+            return nullptr;
+        }
+        // The agent runs without the lock so that it may itself use agents.
+        char* data = agent->send(agent->context, count, nvPairs);
+        if (data == nullptr) {
+            return nullptr;
+        }
+        try {
+            std::lock_guard guard(reg.lock);
+            reg.outstanding[data] = *agent;
+        } catch (const std::bad_alloc&) {
+            agent->freeData(agent->context, data);
+            return nullptr;
+        }
+        return data;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+void VKDBPluginFreeData(uintptr_t /*id*/, char* data) {
+    if (data == nullptr) {
+        return;
+    }
+    Registry& reg = TheRegistry();
+    Agent producer;
+    {
+        std::lock_guard guard(reg.lock);
+        auto it = reg.outstanding.find(data);
+        // Text this library never handed out is not ours to free.
+        if (it == reg.outstanding.end()) {
+            return;
+        }
+        producer = it->second;
+        reg.outstanding.erase(it);
+    }
+    producer.freeData(producer.context, data);
+}
+
+int32_t VKDBPluginInstallAgent(const char* prefix, VKDBAgentSendCmdFunc send,
+                               VKDBAgentFreeDataFunc freeData, void* context) {
+    if (prefix == nullptr || !IsValidPrefix(prefix) || send == nullptr || freeData == nullptr) {
+        return -1;
+    }
+    try {
+        Registry& reg = TheRegistry();
+        std::lock_guard guard(reg.lock);
+        reg.installed.insert_or_assign(prefix, Agent{send, freeData, context});
+        return 0;
+    } catch (const std::bad_alloc&) {
+        return -1;
+    }
+}
+
+void VKDBPluginRemoveAgent(const char* prefix) {
+    if (prefix == nullptr) {
+        return;
+    }
+    Registry& reg = TheRegistry();
+    std::lock_guard guard(reg.lock);
+    if (auto it = reg.installed.find(std::string_view(prefix)); it != reg.installed.end()) {
+        reg.installed.erase(it);
+    }
+}
+
+}  // extern "C"
