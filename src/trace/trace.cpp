@@ -1,0 +1,255 @@
+// The plug-in's trace log: settings read from the head of the trace file,
+// formatted writes to file / standard output / standard error, hex dump,
+// entry and exit lines and the argument trace.
+#include "trace.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace {
+
+// Buffer sizes of the settings; names and paths that do not fit fall back or
+// are cut exactly as these sizes dictate.
+constexpr size_t kNameSize = 32;
+constexpr size_t kPathSize = 256;
+constexpr size_t kRootSize = 512;
+constexpr size_t kLineSize = 256;
+constexpr int kSettingsLines = 6;
+
+constexpr const char* kDefaultName = "rvstat64.log";
+constexpr const char* kFallbackPrefix = "./";
+constexpr const char* kSeparator = "/";
+
+struct TraceSettings {
+    int32_t level = 0;
+    int32_t target = -1;
+    char name[kNameSize] = "rvstat64.log";
+    char path[kPathSize] = "./rvstat64.log";
+};
+
+TraceSettings g_trace;
+
+// Closes a FILE* on every path.
+struct FileCloser {
+    void operator()(FILE* f) const {
+        if (f != nullptr) std::fclose(f);
+    }
+};
+using File = std::unique_ptr<FILE, FileCloser>;
+
+bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        char x = a[i];
+        char y = b[i];
+        if (x >= 'A' && x <= 'Z') x = static_cast<char>(x - 'A' + 'a');
+        if (y >= 'A' && y <= 'Z') y = static_cast<char>(y - 'A' + 'a');
+        if (x != y) return false;
+    }
+    return true;
+}
+
+// Leading decimal digits (optional blanks and sign first); 0 when there are
+// none. Values beyond 32 bits are clamped rather than wrapped.
+// Copies text into a fixed buffer, cut to fit.
+void CopyTruncated(char* dst, size_t size, std::string_view text) {
+    const size_t n = text.size() < size - 1 ? text.size() : size - 1;
+    std::memcpy(dst, text.data(), n);
+    dst[n] = '\0';
+}
+
+int32_t ReadNumber(const char* text) {
+    long long v = std::strtoll(text, nullptr, 10);
+    if (v > INT32_MAX) return INT32_MAX;
+    if (v < INT32_MIN) return INT32_MIN;
+    return static_cast<int32_t>(v);
+}
+
+void WriteDefaultSettings() {
+    File f(std::fopen(g_trace.path, "w"));
+    if (!f) return;  // an unwritable settings file is silently skipped
+    std::fprintf(f.get(), "loglevel=%d\nlogtarget=%d\nlogpathfile=%s\n", g_trace.level,
+                 g_trace.target, g_trace.path);
+}
+
+void ReadSettings() {
+    bool pathRead = false;
+    {
+        File f(std::fopen(g_trace.path, "r"));
+        if (!f) {
+            WriteDefaultSettings();
+            return;
+        }
+        char line[kLineSize];
+        for (int i = 0; i < kSettingsLines; ++i) {
+            if (std::fgets(line, sizeof line, f.get()) == nullptr) break;
+            size_t len = std::strlen(line);
+            if (len > 0 && line[len - 1] == '\n') line[len - 1] = '\0';
+            char* eq = std::strchr(line, '=');
+            if (eq == nullptr) continue;
+            std::string_view key(line, static_cast<size_t>(eq - line));
+            const char* value = eq + 1;
+            if (EqualsIgnoreCase(key, "loglevel")) {
+                int32_t level = ReadNumber(value);
+                if (level >= 0) g_trace.level = level;
+            } else if (EqualsIgnoreCase(key, "logtarget")) {
+                g_trace.target = ReadNumber(value);
+            } else if (EqualsIgnoreCase(key, "logpathfile")) {
+                if (*value != '\0') {
+                    CopyTruncated(g_trace.path, sizeof g_trace.path, value);
+                    pathRead = true;
+                }
+            }
+        }
+    }
+    if (!pathRead) return;
+    // The new file's own settings are not read: the first file decides.
+    File other(std::fopen(g_trace.path, "r"));
+    if (!other) WriteDefaultSettings();
+}
+
+int32_t WriteText(const std::string& text) {
+    int32_t written = 0;
+    if (g_trace.target < 0) return 0;
+    if (g_trace.target == 0 || (g_trace.target & 1) != 0) {
+        // Opened and closed around every write: no file stays open.
+        File f(std::fopen(g_trace.path, "a"));
+        if (f)
+            written =
+                std::fputs(text.c_str(), f.get()) >= 0 ? static_cast<int32_t>(text.size()) : 0;
+    }
+    if ((g_trace.target & 4) != 0) {
+        if (std::fputs(text.c_str(), stderr) >= 0) written = static_cast<int32_t>(text.size());
+    }
+    if ((g_trace.target & 2) != 0) {
+        if (std::fputs(text.c_str(), stdout) >= 0) written = static_cast<int32_t>(text.size());
+        std::fflush(stdout);
+    }
+    return written;
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t SysDbgInit(int32_t target, const char* fileName) {
+    const char* name = fileName != nullptr ? fileName : "";
+    const bool nameTooLong = std::strlen(name) + 1 >= kNameSize + 1;
+    if (!nameTooLong) CopyTruncated(g_trace.name, sizeof g_trace.name, name);
+
+    g_trace.path[0] = '\0';
+    bool rootTooLong = false;
+    char root[kRootSize] = "";
+    // An unset variable reads as an empty root (the file then sits at "/"
+    // + name); a value that does not fit the root buffer is a failed read.
+    const char* env = std::getenv("SystemRoot");
+    const bool readOk = env == nullptr || std::strlen(env) < kRootSize;
+    if (env != nullptr && readOk) CopyTruncated(root, sizeof root, env);
+
+    if (!readOk) {
+        CopyTruncated(g_trace.path, sizeof g_trace.path,
+                      std::string(kFallbackPrefix) + g_trace.name);
+    } else if ((std::strlen(root) + 1) + (std::strlen(g_trace.name) + 1) > kPathSize) {
+        CopyTruncated(g_trace.path, sizeof g_trace.path,
+                      std::string(kFallbackPrefix) + g_trace.name);
+        rootTooLong = true;
+    } else {
+        CopyTruncated(g_trace.path, sizeof g_trace.path,
+                      std::string(root) + kSeparator + g_trace.name);
+    }
+
+    g_trace.target = target;
+    ReadSettings();
+
+    if (nameTooLong) SysDbgPrint("SysDbgInit: input filename too long: %s\n", name);
+    if (rootTooLong) SysDbgPrint("SysDbgInit: path from env too long: %s\n", root);
+    return 0;
+}
+
+int SysDbgIsLevelEnabled(int32_t level) {
+    return g_trace.level >= level ? 1 : 0;
+}
+
+int32_t SysDbgPrintV(const char* format, va_list args) {
+    if (g_trace.target < 0 || format == nullptr) return 0;
+    va_list copy;
+    va_copy(copy, args);
+    const int needed = std::vsnprintf(nullptr, 0, format, copy);
+    va_end(copy);
+    if (needed < 0) return 0;
+    std::string text(static_cast<size_t>(needed) + 1, '\0');
+    std::vsnprintf(text.data(), text.size(), format, args);
+    text.resize(static_cast<size_t>(needed));
+    return WriteText(text);
+}
+
+int32_t SysDbgPrint(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    const int32_t n = SysDbgPrintV(format, args);
+    va_end(args);
+    return n;
+}
+
+void SysDbgHexDump(const uint8_t* bytes, uint32_t count) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    constexpr size_t kLineLength = 78;
+    constexpr size_t kTextColumn = 54;
+    if (bytes == nullptr) return;
+    for (uint32_t offset = 0; offset < count; offset += 16) {
+        const uint32_t n = count - offset < 16 ? count - offset : 16;
+        std::string line(kLineLength, ' ');
+        for (uint32_t i = 0; i < n; ++i) {
+            const uint8_t b = bytes[offset + i];
+            line[3 * i] = kHex[b >> 4];
+            line[3 * i + 1] = kHex[b & 0xf];
+            // Printable range stops at 'z' on purpose: "{|}~" print as '.'.
+            line[kTextColumn + i] = (b >= 32 && b <= 122) ? static_cast<char>(b) : '.';
+        }
+        // A colon between bytes 3/4, 7/8 and 11/12 where both exist.
+        for (uint32_t group = 1; group < 4; ++group) {
+            if (n > 4 * group) line[12 * group - 1] = ':';
+        }
+        SysDbgPrint("%s\n", line.c_str());
+    }
+}
+
+void LogFunctionEntry(const char* name) {
+    if (SysDbgIsLevelEnabled(TRACE_LEVEL_DETAIL)) SysDbgPrint("KVCLP:ENTRY----------->%s\n", name);
+}
+
+void LogFunctionExit(const char* name) {
+    if (SysDbgIsLevelEnabled(TRACE_LEVEL_DETAIL)) SysDbgPrint("KVCLP:EXIT------------>%s\n", name);
+}
+
+void LogCLIArgs(const char** argv, uint32_t argc) {
+    if (argv == nullptr) argc = 0;
+    if (argc > 0 && SysDbgIsLevelEnabled(TRACE_LEVEL_DETAIL)) SysDbgPrint("KVCLP:CLI_ARGS:");
+    for (uint32_t i = 0; i < argc; ++i) {
+        const char* arg = argv[i] != nullptr ? argv[i] : "";
+        // Pass phrases never reach the trace.
+        if (i > 0 && std::strstr(arg, "passphrase") != nullptr) continue;
+        if (SysDbgIsLevelEnabled(TRACE_LEVEL_DETAIL)) SysDbgPrint("%s ", arg);
+    }
+    if (SysDbgIsLevelEnabled(TRACE_LEVEL_DETAIL)) SysDbgPrint("\n");
+}
+
+int32_t SysDbgGetLevel(void) {
+    return g_trace.level;
+}
+int32_t SysDbgGetTarget(void) {
+    return g_trace.target;
+}
+const char* SysDbgGetPath(void) {
+    return g_trace.path;
+}
+
+void SysDbgReset(void) {
+    g_trace = TraceSettings{};
+}
+
+}  // extern "C"
