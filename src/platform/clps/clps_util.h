@@ -1,0 +1,31 @@
+// Helpers shared by the support library's sources (not exported).
+#ifndef VK_PLATFORM_CLPS_UTIL_H
+#define VK_PLATFORM_CLPS_UTIL_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "clps.h"
+
+namespace clps {
+
+// Copy of text in common-services memory (released with OCSFreeMem); null for
+// null text or when memory ran out.
+char* DupString(const char* text);
+// ASCII case-insensitive equality.
+bool EqualsIgnoreCase(std::string_view a, std::string_view b);
+// Text with &, <, >, " and ' replaced by their entities.
+std::string EscapeXml(std::string_view text);
+// The leading words of argv that carry no "=", joined by single blanks
+// (help markers "-?" and "help" left out).
+std::string CommandWords(uint32_t argc, const char** argv);
+
+// Owns a response until released; for building one step by step.
+struct ResponseDeleter {
+    void operator()(CLPSResponse* r) const { CLPSFreeResponse(r); }
+};
+
+}  // namespace clps
+
+#endif

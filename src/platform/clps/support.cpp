@@ -1,0 +1,116 @@
+// Usage help, argument checks, requests to a data agent and host settings.
+#include <atomic>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+
+#include "clps.h"
+#include "clps_util.h"
+#include "ocs.h"
+#include "vkdb.h"
+
+namespace {
+
+std::atomic<uint32_t> g_hostFlags{0};
+
+using ResponsePtr = std::unique_ptr<CLPSResponse, clps::ResponseDeleter>;
+
+// Releases an agent's answer through the agent that produced it.
+struct AgentData {
+    AgentData(uintptr_t agentId, char* answer) : id(agentId), data(answer) {}
+    uintptr_t id;
+    char* data;
+    AgentData(const AgentData&) = delete;
+    AgentData& operator=(const AgentData&) = delete;
+    ~AgentData() {
+        if (data != nullptr) VKDBPluginFreeData(id, data);
+    }
+};
+
+// Records the list sent in the response (owned by it).
+bool KeepRequest(CLPSResponse* resp, uint32_t count, const char** nvPairs) {
+    if (count == 0) return true;
+    resp->ppRequest = static_cast<char**>(OCSAllocMem(sizeof(char*) * count));
+    if (resp->ppRequest == nullptr) return false;
+    std::memset(resp->ppRequest, 0, sizeof(char*) * count);
+    resp->requestCount = count;
+    for (uint32_t i = 0; i < count; ++i) {
+        resp->ppRequest[i] = clps::DupString(nvPairs[i] != nullptr ? nvPairs[i] : "");
+        if (resp->ppRequest[i] == nullptr) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t CLPSIsUsageHelp(uint32_t argc, const char** argv) {
+    for (uint32_t i = 0; argv != nullptr && i < argc; ++i) {
+        if (argv[i] == nullptr) continue;
+        if (clps::EqualsIgnoreCase(argv[i], "-?") || clps::EqualsIgnoreCase(argv[i], "help"))
+            return 1;
+    }
+    return 0;
+}
+
+CLPSResponse* CLPSNVCheckExtraParams(uint32_t argc, const char** argv, const char* styleSheet) {
+    uint32_t i = 0;
+    while (argv != nullptr && i < argc && argv[i] != nullptr &&
+           std::strchr(argv[i], '=') == nullptr)
+        ++i;
+    if (argv == nullptr || i >= argc) return nullptr;
+    return CLPSNVSetupMsgRespObj(CLPS_MSG_UNEXPECTED_PARAM, 0, argv[i] != nullptr ? argv[i] : "",
+                                 "None - this command takes no parameters", nullptr, nullptr,
+                                 styleSheet);
+}
+
+CLPSResponse* CLPSNVReportCapabilitesXML(const char* agent, uint32_t count, const char** nvPairs,
+                                         const char* respElement, const char* styleSheet) {
+    if (agent == nullptr || nvPairs == nullptr || count == 0) return nullptr;
+    if ((VKDBPluginInstalledByPrefix(agent) & 0xffffu) == 0) return nullptr;
+    const uintptr_t id = VKDBPluginGetIDByPrefix(agent);
+    if (id == 0) return nullptr;
+    AgentData answer(id, VKDBPluginSendCmd(id, count, nvPairs));
+    if (answer.data == nullptr) return nullptr;
+    try {
+        // One root element around the answer, so the host always gets one
+        // well-formed document.
+        std::string text;
+        if (respElement != nullptr && *respElement != '\0') {
+            text = std::string("<") + respElement + ">" + answer.data + "</" + respElement + ">";
+        } else {
+            text = answer.data;
+        }
+        ResponsePtr resp(CLPSAllocResponse());
+        if (!resp || CLPSSetRespData(resp.get(), text.c_str()) != 0) return nullptr;
+        resp->kind = CLPS_RESP_XML;
+        if (styleSheet != nullptr && (resp->pStyleSheet = clps::DupString(styleSheet)) == nullptr)
+            return nullptr;
+        if (!KeepRequest(resp.get(), count, nvPairs)) return nullptr;
+        return resp.release();
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+void CLPSSetHostFlags(uint32_t flags) {
+    g_hostFlags.store(flags);
+}
+
+uint32_t CLPSGetHostFlags(void) {
+    return g_hostFlags.load();
+}
+
+void CLPSDefaultDestroyCLIPFunc(void) {
+    // The library's only per-process state is the host settings.
+    g_hostFlags.store(0);
+}
+
+void CLPSDestroyCLIP(CLPSDestroyCLIPFunc func) {
+    if (func == nullptr) func = CLPSDefaultDestroyCLIPFunc;
+    func();
+}
+
+}  // extern "C"
