@@ -8,6 +8,7 @@
 #include <dlfcn.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <new>
@@ -65,7 +66,12 @@ std::string ComputeAgentDir() {
         std::string path = info.dli_fname;
         const size_t slash = path.rfind('/');
         if (slash != std::string::npos) {
-            return path.substr(0, slash + 1) + "agents";
+            // The loader may report the library through a relative run path
+            // ("bin/../lib/vk"); the canonical form is what users expect to see.
+            const std::filesystem::path dir = path.substr(0, slash);
+            std::error_code ec;
+            const std::filesystem::path real = std::filesystem::canonical(dir, ec);
+            return ((ec ? dir : real) / "agents").string();
         }
     }
     return "agents";
