@@ -1,0 +1,204 @@
+#include "vkdb.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+// Agent modules come from the test directory; set before the library first
+// looks at the environment.
+const bool kAgentDirSet = [] {
+    setenv("VK_AGENT_DIR", VK_TEST_AGENT_DIR, 1);
+    return true;
+}();
+
+// An in-process agent that records every request and answers canned text.
+struct FakeAgent {
+    std::string answer = "<SMStatus>0</SMStatus>";
+    std::vector<std::vector<std::string>> requests;
+    int freed = 0;
+
+    static char* Send(void* context, uint32_t count, const char** nvPairs) {
+        auto* self = static_cast<FakeAgent*>(context);
+        self->requests.emplace_back(nvPairs, nvPairs + count);
+        if (self->answer.empty()) {
+            return nullptr;
+        }
+        char* data = static_cast<char*>(std::malloc(self->answer.size() + 1));
+        std::memcpy(data, self->answer.c_str(), self->answer.size() + 1);
+        return data;
+    }
+    static void Free(void* context, char* data) {
+        ++static_cast<FakeAgent*>(context)->freed;
+        std::free(data);
+    }
+};
+
+struct Answer {
+    uintptr_t id;
+    char* data;
+    ~Answer() { VKDBPluginFreeData(id, data); }
+};
+
+// Removes an installed agent whatever the test does.
+class Installed {
+  public:
+    Installed(const char* prefix, FakeAgent& agent) : prefix_(prefix) {
+        EXPECT_EQ(VKDBPluginInstallAgent(prefix, FakeAgent::Send, FakeAgent::Free, &agent), 0);
+    }
+    ~Installed() { VKDBPluginRemoveAgent(prefix_); }
+    Installed(const Installed&) = delete;
+    Installed& operator=(const Installed&) = delete;
+
+  private:
+    const char* prefix_;
+};
+
+TEST(Vkdb, AgentDirComesFromEnvironment) {
+    ASSERT_TRUE(kAgentDirSet);
+    EXPECT_STREQ(VKDBPluginAgentDir(), VK_TEST_AGENT_DIR);
+}
+
+TEST(Vkdb, InstalledAgentReceivesRequestsAndFreesItsAnswers) {
+    FakeAgent agent;
+    agent.answer =
+        "<QXStorageObject><GlobalNo>0</GlobalNo></QXStorageObject><SMStatus>0</SMStatus>";
+    Installed installed("fakeda", agent);
+
+    EXPECT_NE(VKDBPluginInstalledByPrefix("fakeda") & 0xffffu, 0u);
+    const uintptr_t id = VKDBPluginGetIDByPrefix("fakeda");
+    ASSERT_NE(id, 0u);
+    EXPECT_EQ(VKDBPluginGetIDByPrefix("fakeda"), id);
+
+    std::array<const char*, 3> request = {"vkacmd=getController", "GlobalNo=0", "CLI=true"};
+    {
+        Answer answer{id, VKDBPluginSendCmd(id, 3, request.data())};
+        ASSERT_NE(answer.data, nullptr);
+        EXPECT_STREQ(answer.data, agent.answer.c_str());
+    }
+    ASSERT_EQ(agent.requests.size(), 1u);
+    EXPECT_EQ(agent.requests[0],
+              (std::vector<std::string>{"vkacmd=getController", "GlobalNo=0", "CLI=true"}));
+    EXPECT_EQ(agent.freed, 1);
+
+    // No answer from the agent reads as null; nothing to free.
+    agent.answer.clear();
+    EXPECT_EQ(VKDBPluginSendCmd(id, 1, request.data()), nullptr);
+    EXPECT_EQ(agent.requests.size(), 2u);
+    EXPECT_EQ(agent.freed, 1);
+}
+
+TEST(Vkdb, MissingAgentsAndBadHandles) {
+    struct Case {
+        const char* prefix;
+    };
+    // clang-format off
+    constexpr std::array kMissing = {
+        Case{"nosuchagent"},
+        Case{"kvbroken"   },  // module without its free entry point
+        Case{""           },
+        Case{"../kvtest"  },  // not a plain name
+        Case{nullptr      },
+    };
+    // clang-format on
+    for (const auto& c : kMissing) {
+        const char* shown = c.prefix != nullptr ? c.prefix : "(null)";
+        EXPECT_EQ(VKDBPluginInstalledByPrefix(c.prefix), 0u) << shown;
+        EXPECT_EQ(VKDBPluginGetIDByPrefix(c.prefix), 0u) << shown;
+    }
+    std::array<const char*, 1> request = {"vkacmd=getControllerList"};
+    EXPECT_EQ(VKDBPluginSendCmd(0, 1, request.data()), nullptr);
+    EXPECT_EQ(VKDBPluginSendCmd(9999, 1, request.data()), nullptr);
+    VKDBPluginFreeData(9999, nullptr);
+    EXPECT_NE(VKDBPluginInstallAgent("x", nullptr, FakeAgent::Free, nullptr), 0);
+    EXPECT_NE(VKDBPluginInstallAgent("a/b", FakeAgent::Send, FakeAgent::Free, nullptr), 0);
+}
+
+TEST(Vkdb, ModuleAgentIsLoadedFromAgentDir) {
+    EXPECT_NE(VKDBPluginInstalledByPrefix("kvtest"), 0u);
+    const uintptr_t id = VKDBPluginGetIDByPrefix("kvtest");
+    ASSERT_NE(id, 0u);
+    std::array<const char*, 2> request = {"vkacmd=getControllerList", "CLI=true"};
+    Answer answer{id, VKDBPluginSendCmd(id, 2, request.data())};
+    ASSERT_NE(answer.data, nullptr);
+    EXPECT_STREQ(answer.data,
+                 "<SMStatus>0</SMStatus><Echo>vkacmd=getControllerList|CLI=true</Echo>"
+                 "<Context>null</Context>");
+}
+
+TEST(Vkdb, InstalledAgentTakesPrecedenceOverModuleUntilRemoved) {
+    const uintptr_t id = VKDBPluginGetIDByPrefix("kvtest");
+    ASSERT_NE(id, 0u);
+    std::array<const char*, 1> request = {"vkacmd=getGlobalInfo"};
+    FakeAgent agent;
+    agent.answer = "<SMStatus>0</SMStatus><Fake/>";
+    {
+        Installed installed("kvtest", agent);
+        EXPECT_EQ(VKDBPluginGetIDByPrefix("kvtest"), id);
+        Answer answer{id, VKDBPluginSendCmd(id, 1, request.data())};
+        ASSERT_NE(answer.data, nullptr);
+        EXPECT_STREQ(answer.data, "<SMStatus>0</SMStatus><Fake/>");
+    }
+    // The fake was removed after its answer was freed through it.
+    EXPECT_EQ(agent.freed, 1);
+    Answer answer{id, VKDBPluginSendCmd(id, 1, request.data())};
+    ASSERT_NE(answer.data, nullptr);
+    EXPECT_NE(std::strstr(answer.data, "<Echo>vkacmd=getGlobalInfo</Echo>"), nullptr);
+}
+
+TEST(Vkdb, AnswerIsFreedByTheAgentThatMadeIt) {
+    FakeAgent first;
+    FakeAgent second;
+    ASSERT_EQ(VKDBPluginInstallAgent("swapda", FakeAgent::Send, FakeAgent::Free, &first), 0);
+    const uintptr_t id = VKDBPluginGetIDByPrefix("swapda");
+    std::array<const char*, 1> request = {"vkacmd=getAlertLog"};
+    char* data = VKDBPluginSendCmd(id, 1, request.data());
+    ASSERT_NE(data, nullptr);
+    // Replacing the agent does not change who frees the earlier answer.
+    ASSERT_EQ(VKDBPluginInstallAgent("swapda", FakeAgent::Send, FakeAgent::Free, &second), 0);
+    VKDBPluginFreeData(id, data);
+    EXPECT_EQ(first.freed, 1);
+    EXPECT_EQ(second.freed, 0);
+
+    // Once removed and with no module behind it, the handle answers nothing.
+    VKDBPluginRemoveAgent("swapda");
+    EXPECT_EQ(VKDBPluginSendCmd(id, 1, request.data()), nullptr);
+    EXPECT_EQ(VKDBPluginInstalledByPrefix("swapda"), 0u);
+    EXPECT_TRUE(second.requests.empty());
+}
+
+TEST(Vkdb, ConcurrentCallersGetConsistentHandlesAndAnswers) {
+    const uintptr_t id = VKDBPluginGetIDByPrefix("kvtest");
+    ASSERT_NE(id, 0u);
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            std::array<const char*, 1> request = {"vkacmd=getControllerList"};
+            for (int i = 0; i < 100; ++i) {
+                if (VKDBPluginGetIDByPrefix("kvtest") != id) {
+                    ++failures;
+                }
+                char* data = VKDBPluginSendCmd(id, 1, request.data());
+                if (data == nullptr) {
+                    ++failures;
+                }
+                VKDBPluginFreeData(id, data);
+            }
+        });
+    }
+    for (auto& t : threads) {
+        t.join();
+    }
+    EXPECT_EQ(failures.load(), 0);
+}
+
+}  // namespace
