@@ -1,0 +1,85 @@
+<?xml version="1.0" encoding="UTF-8"?>
+<!-- Generic rendering of an answer: each storage object as a block of
+     aligned "Label : value" lines, a blank line between blocks. Any other
+     document (generated usage help) is printed one text line per leaf. -->
+<xsl:stylesheet version="1.0"
+    xmlns:xsl="http://www.w3.org/1999/XSL/Transform"
+    xmlns:str="http://exslt.org/strings"
+    exclude-result-prefixes="str">
+  <xsl:output method="text" encoding="UTF-8"/>
+
+  <!-- The command that asked: vkreport or vkconfig (set by the host). -->
+  <xsl:param name="program" select="'vkreport'"/>
+
+  <xsl:key name="object" match="QXStorageObject" use="'all'"/>
+  <xsl:key name="status" match="SMStatus" use="'all'"/>
+  <xsl:key name="message" match="SMMessage" use="'all'"/>
+  <xsl:key name="leaf" match="*[not(*)][normalize-space(.) != '']" use="'all'"/>
+
+  <xsl:template match="/">
+    <xsl:choose>
+      <xsl:when test="RESPONSE">
+        <xsl:call-template name="response"/>
+      </xsl:when>
+      <xsl:otherwise>
+        <xsl:for-each select="key('leaf', 'all')">
+          <xsl:value-of select="normalize-space(.)"/>
+          <xsl:text>&#10;</xsl:text>
+        </xsl:for-each>
+      </xsl:otherwise>
+    </xsl:choose>
+  </xsl:template>
+
+  <xsl:template name="response">
+    <xsl:variable name="objects" select="key('object', 'all')"/>
+    <xsl:variable name="status" select="normalize-space(key('status', 'all')[1])"/>
+    <xsl:variable name="failed" select="$status != '' and $status != '0'"/>
+    <xsl:apply-templates select="$objects"/>
+    <xsl:choose>
+      <xsl:when test="$failed">
+        <xsl:if test="$objects">
+          <xsl:text>&#10;</xsl:text>
+        </xsl:if>
+        <xsl:variable name="message" select="normalize-space(key('message', 'all')[1])"/>
+        <xsl:choose>
+          <xsl:when test="$message != ''">
+            <xsl:value-of select="$message"/>
+          </xsl:when>
+          <xsl:otherwise>
+            <xsl:value-of select="concat('The command failed with status ', $status, '.')"/>
+          </xsl:otherwise>
+        </xsl:choose>
+        <xsl:text>&#10;</xsl:text>
+      </xsl:when>
+      <xsl:when test="$objects"/>
+      <xsl:when test="$program = 'vkconfig'">
+        <xsl:text>The command was carried out.&#10;</xsl:text>
+      </xsl:when>
+      <xsl:otherwise>
+        <xsl:text>No objects found.&#10;</xsl:text>
+      </xsl:otherwise>
+    </xsl:choose>
+  </xsl:template>
+
+  <xsl:template match="QXStorageObject">
+    <xsl:if test="position() != 1">
+      <xsl:text>&#10;</xsl:text>
+    </xsl:if>
+    <!-- Labels are padded to the longest tag of this object. -->
+    <xsl:variable name="width">
+      <xsl:for-each select="*">
+        <xsl:sort select="string-length(name())" data-type="number" order="descending"/>
+        <xsl:if test="position() = 1">
+          <xsl:value-of select="string-length(name())"/>
+        </xsl:if>
+      </xsl:for-each>
+    </xsl:variable>
+    <xsl:for-each select="*">
+      <xsl:value-of select="name()"/>
+      <xsl:value-of select="str:padding($width - string-length(name()), ' ')"/>
+      <xsl:text> : </xsl:text>
+      <xsl:value-of select="."/>
+      <xsl:text>&#10;</xsl:text>
+    </xsl:for-each>
+  </xsl:template>
+</xsl:stylesheet>

@@ -1,0 +1,107 @@
+// Loading the storage plug-in and capturing its standard output.
+#include "plugin.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <iostream>
+
+#include "host.h"
+
+namespace vk::host {
+
+namespace {
+
+template <typename Func>
+Func Resolve(void* handle, const char* name, const std::filesystem::path& library) {
+    dlerror();
+    void* symbol = dlsym(handle, name);
+    if (symbol == nullptr) {
+        const char* why = dlerror();
+        throw HostError(kExitFailure, "the plug-in " + library.string() + " has no " + name + ": " +
+                                          (why != nullptr ? why : "null symbol"));
+    }
+    return reinterpret_cast<Func>(symbol);
+}
+
+}  // namespace
+
+Plugin::Plugin(const std::filesystem::path& library) {
+    handle_ = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle_ == nullptr) {
+        const char* why = dlerror();
+        throw HostError(kExitFailure,
+                        "cannot load the storage plug-in: " + std::string(why ? why : "unknown"));
+    }
+    try {
+        send_ = Resolve<SendFunc>(handle_, "kvclp64_sendRequest", library);
+        free_ = Resolve<FreeFunc>(handle_, "kvclp64_freeResponse", library);
+        rights_ = Resolve<RightsFunc>(handle_, "kvclp64_getRequiredUserRights", library);
+        destroy_ = Resolve<DestroyFunc>(handle_, "kvclp64_destroyCLIP", library);
+    } catch (...) {
+        dlclose(handle_);
+        throw;
+    }
+}
+
+Plugin::~Plugin() {
+    destroy_();
+    dlclose(handle_);
+}
+
+uint32_t Plugin::RequiredRights(const std::vector<const char*>& argv) const {
+    return rights_(static_cast<uint32_t>(argv.size()), const_cast<const char**>(argv.data()));
+}
+
+Plugin::ResponsePtr Plugin::Send(const std::vector<const char*>& argv) const {
+    return ResponsePtr(
+        send_(static_cast<uint32_t>(argv.size()), const_cast<const char**>(argv.data())),
+        ResponseFree{free_});
+}
+
+void Plugin::RequestDryRun() const {
+    // The flag lives in the support library the plug-in is linked with, so it
+    // is looked up through the plug-in's own dependencies.
+    dlerror();
+    void* symbol = dlsym(handle_, "CLPSSetHostFlags");
+    if (symbol == nullptr)
+        throw HostError(kExitFailure,
+                        "the storage plug-in cannot make dry runs (no CLPSSetHostFlags)");
+    reinterpret_cast<FlagsFunc>(symbol)(CLPS_HOST_DRYRUN);
+}
+
+StdoutCapture::StdoutCapture() {
+    std::cout.flush();
+    std::fflush(stdout);
+    file_ = std::tmpfile();
+    if (file_ == nullptr)
+        throw HostError(kExitFailure, "cannot create a temporary file for the plug-in's output");
+    saved_ = dup(STDOUT_FILENO);
+    if (saved_ < 0 || dup2(fileno(file_), STDOUT_FILENO) < 0) {
+        if (saved_ >= 0) close(saved_);
+        std::fclose(file_);
+        throw HostError(kExitFailure, "cannot redirect standard output");
+    }
+}
+
+StdoutCapture::~StdoutCapture() {
+    if (saved_ >= 0) Finish();
+}
+
+std::string StdoutCapture::Finish() {
+    std::cout.flush();
+    std::fflush(stdout);
+    dup2(saved_, STDOUT_FILENO);
+    close(saved_);
+    saved_ = -1;
+    std::string text;
+    std::rewind(file_);
+    char buffer[4096];
+    size_t got = 0;
+    while ((got = std::fread(buffer, 1, sizeof buffer, file_)) > 0) text.append(buffer, got);
+    std::fclose(file_);
+    file_ = nullptr;
+    return text;
+}
+
+}  // namespace vk::host

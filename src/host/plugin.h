@@ -1,0 +1,70 @@
+// The storage plug-in, loaded at run time, and the capture of what it
+// writes to standard output.
+#ifndef VK_HOST_PLUGIN_H
+#define VK_HOST_PLUGIN_H
+
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "clps.h"
+
+namespace vk::host {
+
+class Plugin {
+  public:
+    using SendFunc = CLPSResponse* (*)(uint32_t, const char**);
+    using FreeFunc = void (*)(CLPSResponse*);
+    using RightsFunc = uint32_t (*)(uint32_t, const char**);
+    using DestroyFunc = void (*)();
+    using FlagsFunc = void (*)(uint32_t);
+
+    // Loads the library and finds its four exports; a HostError with the
+    // loader's text when it cannot.
+    explicit Plugin(const std::filesystem::path& library);
+    // Lets the plug-in release its state (kvclp64_destroyCLIP) and unloads it.
+    ~Plugin();
+    Plugin(const Plugin&) = delete;
+    Plugin& operator=(const Plugin&) = delete;
+
+    struct ResponseFree {
+        FreeFunc free;
+        void operator()(CLPSResponse* resp) const { free(resp); }
+    };
+    using ResponsePtr = std::unique_ptr<CLPSResponse, ResponseFree>;
+
+    uint32_t RequiredRights(const std::vector<const char*>& argv) const;
+    ResponsePtr Send(const std::vector<const char*>& argv) const;
+    // Asks for a dry run through the command-line support library the plug-in
+    // uses; a HostError when the plug-in has none.
+    void RequestDryRun() const;
+
+  private:
+    void* handle_ = nullptr;
+    SendFunc send_ = nullptr;
+    FreeFunc free_ = nullptr;
+    RightsFunc rights_ = nullptr;
+    DestroyFunc destroy_ = nullptr;
+};
+
+// Sends standard output to a temporary file until Finish (or destruction).
+class StdoutCapture {
+  public:
+    StdoutCapture();
+    ~StdoutCapture();
+    StdoutCapture(const StdoutCapture&) = delete;
+    StdoutCapture& operator=(const StdoutCapture&) = delete;
+    // Restores standard output and returns what was written meanwhile.
+    std::string Finish();
+
+  private:
+    std::FILE* file_ = nullptr;
+    int saved_ = -1;
+};
+
+}  // namespace vk::host
+
+#endif
