@@ -1,0 +1,33 @@
+# Fails when the plug-in defines a dynamic symbol other than its four entry
+# points and the few the toolchain always adds.
+execute_process(COMMAND ${NM} -D --defined-only ${PLUGIN}
+  OUTPUT_VARIABLE out RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "nm failed on ${PLUGIN}")
+endif()
+set(allowed kvclp64_sendRequest kvclp64_freeResponse kvclp64_getRequiredUserRights
+  kvclp64_destroyCLIP _init _fini _edata _end __bss_start)
+string(REPLACE "\n" ";" lines "${out}")
+set(found "")
+set(extra "")
+foreach(line IN LISTS lines)
+  if(line MATCHES "^[0-9a-fA-F]* *([A-Za-z]) ([^ ]+)$")
+    set(name ${CMAKE_MATCH_2})
+    list(APPEND found ${name})
+    list(FIND allowed ${name} idx)
+    if(idx EQUAL -1)
+      list(APPEND extra "${CMAKE_MATCH_1} ${name}")
+    endif()
+  endif()
+endforeach()
+foreach(name kvclp64_sendRequest kvclp64_freeResponse kvclp64_getRequiredUserRights
+    kvclp64_destroyCLIP)
+  list(FIND found ${name} idx)
+  if(idx EQUAL -1)
+    message(FATAL_ERROR "entry point ${name} is not exported")
+  endif()
+endforeach()
+if(extra)
+  string(REPLACE ";" "\n  " extra "${extra}")
+  message(FATAL_ERROR "symbols leaking from the plug-in:\n  ${extra}")
+endif()

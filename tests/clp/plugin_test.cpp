@@ -1,0 +1,213 @@
+// The plug-in through its four exports: every command row's rights and
+// handler, usage rows, unknown lines, and the export shape.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "plugin_loader.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class PluginTest : public ::testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        // The trace file goes to a scratch directory, never the real root.
+        std::string tmpl = (fs::temp_directory_path() / "vk-clp-XXXXXX").string();
+        ASSERT_NE(mkdtemp(tmpl.data()), nullptr);
+        root_ = tmpl;
+        setenv("SystemRoot", root_.c_str(), 1);
+        ASSERT_TRUE(plugin_.Load()) << dlerror();
+    }
+    static void TearDownTestSuite() {
+        plugin_.Unload();
+        fs::remove_all(root_);
+    }
+
+    // The response for a command line, released through the plug-in.
+    struct PluginFree {
+        void operator()(CLPSResponse* r) const { plugin_.freeResponse(r); }
+    };
+    using Answer = std::unique_ptr<CLPSResponse, PluginFree>;
+    static Answer Send(const std::string& line) {
+        CommandLine cl(line);
+        return Answer(plugin_.sendRequest(cl.argc(), cl.argv()));
+    }
+    static uint32_t Rights(const std::string& line) {
+        CommandLine cl(line);
+        return plugin_.getRequiredUserRights(cl.argc(), cl.argv());
+    }
+
+    static inline Plugin plugin_;
+    static inline fs::path root_;
+};
+
+struct RowCase {
+    const char* line;
+    uint32_t rights;
+    const char* answeredAs;  // command named by the not-available answer
+};
+
+// Every row of the command table, in table order, with some extra words a
+// user would type after the object.
+// clang-format off
+const std::vector<RowCase> kRows = {
+    {"vkreport system version",                      1, "vkreport system version"},
+    {"vkreport servermodule version",                1, "vkreport system version"},
+    {"vkreport storage adisk controller=0",          1, "vkreport storage adisk"},
+    {"vkreport storage pdisk controller=0",          1, "vkreport storage pdisk"},
+    {"vkreport storage tape controller=0",           1, "vkreport storage tape"},
+    {"vkreport storage pciessd",                     1, "vkreport storage pciessd"},
+    {"vkreport storage tarncache",                   1, "vkreport storage tarncache"},
+    {"vkreport storage tarncachepool",               1, "vkreport storage tarncachepool"},
+    {"vkreport storage controller",                  1, "vkreport storage controller"},
+    {"vkreport storage vdisk controller=0",          1, "vkreport storage vdisk"},
+    {"vkreport storage cachecade controller=0",      1, "vkreport storage cachecade"},
+    {"vkreport storage connector controller=0",      1, "vkreport storage connector"},
+    {"vkreport storage nvmeadapter controller=0",    1, "vkreport storage nvmeadapter"},
+    {"vkreport storage enclosure",                   1, "vkreport storage enclosure"},
+    {"vkreport storage battery",                     1, "vkreport storage battery"},
+    {"vkreport storage partition controller=0",      1, "vkreport storage partition"},
+    {"vkreport storage tarncachedisk",               1, "vkreport storage tarncachedisk"},
+    {"vkreport system alertlog",                     1, "vkreport system alertlog"},
+    {"vkreport system summary",                      1, "vkreport system summary"},
+    {"vkreport servermodule alertlog",               1, "vkreport system alertlog"},
+    {"vkreport servermodule summary",                1, "vkreport system summary"},
+    {"vkreport storage globalinfo",                  1, "vkreport storage globalinfo"},
+    {"vkconfig storage controller action=resetconfig controller=0", 7, "vkconfig storage controller"},
+    {"vkconfig storage vdisk action=blink",          7, "vkconfig storage vdisk"},
+    {"vkconfig storage cachecade action=blink",      1, "vkconfig storage cachecade"},
+    {"vkconfig storage adisk action=blink",          7, "vkconfig storage adisk"},
+    {"vkconfig storage pdisk action=blink controller=0 pdisk=0:1", 7, "vkconfig storage pdisk"},
+    {"vkconfig storage tape controller=0",           7, "vkreport storage tape"},
+    {"vkconfig storage connector action=rescan",     7, "vkconfig storage connector"},
+    {"vkconfig storage nvmeadapter action=x",        7, "vkconfig storage nvmeadapter"},
+    {"vkconfig storage enclosure action=blink",      7, "vkconfig storage enclosure"},
+    {"vkconfig storage globalinfo action=x",         7, "vkconfig storage globalinfo"},
+    {"vkconfig storage battery action=startlearn",   7, "vkconfig storage battery"},
+    {"vkconfig storage pciessd action=x",            7, "vkconfig storage pciessd"},
+    {"vkconfig storage tarncache action=x",          7, "vkconfig storage tarncache"},
+    {"vkconfig storage partition action=x",          7, "vkconfig storage partition"},
+    {"vkconfig storage tarncachedisk action=x",      7, "vkconfig storage tarncachedisk"},
+    {"VKREPORT Storage PDISK",                       1, "vkreport storage pdisk"},
+    {"VkConfig STORAGE CacheCade",                   1, "vkconfig storage cachecade"},
+};
+// clang-format on
+
+TEST_F(PluginTest, EveryRowHasItsRightsAndHandler) {
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.line);
+        EXPECT_EQ(Rights(row.line), row.rights);
+        auto answer = Send(row.line);
+        ASSERT_NE(answer, nullptr);
+        EXPECT_EQ(answer->msgId, CLPS_MSG_NOT_AVAILABLE);
+        EXPECT_EQ(answer->kind, CLPS_RESP_MESSAGE);
+        ASSERT_NE(answer->msgArg1, nullptr);
+        EXPECT_STREQ(answer->msgArg1, row.answeredAs);
+        ASSERT_NE(answer->pStyleSheet, nullptr);
+        EXPECT_STREQ(answer->pStyleSheet, "kvclp.xsl");
+    }
+}
+
+TEST_F(PluginTest, SharedHandlersGiveTheSameAnswer) {
+    const std::vector<std::pair<const char*, const char*>> pairs = {
+        {"vkreport system version", "vkreport servermodule version"},
+        {"vkreport system alertlog", "vkreport servermodule alertlog"},
+        {"vkreport system summary", "vkreport servermodule summary"},
+        {"vkreport storage tape", "vkconfig storage tape"},
+    };
+    for (const auto& [a, b] : pairs) {
+        SCOPED_TRACE(a);
+        auto x = Send(a);
+        auto y = Send(b);
+        ASSERT_NE(x, nullptr);
+        ASSERT_NE(y, nullptr);
+        EXPECT_EQ(x->msgId, y->msgId);
+        EXPECT_STREQ(x->msgArg1, y->msgArg1);
+        EXPECT_STREQ(x->pDataBuf, y->pDataBuf);
+    }
+}
+
+struct UsageCase {
+    const char* line;
+    uint32_t rights;
+    uint32_t msgId;  // 0: no response
+};
+
+TEST_F(PluginTest, BareCommandsOnlyAnswerHelp) {
+    // clang-format off
+    const std::vector<UsageCase> cases = {
+        {"vkreport storage",             1, 0},
+        {"vkreport storage -?",          1, 6000},
+        {"vkreport storage help",        1, 6000},
+        {"vkconfig storage",             7, 0},
+        {"vkconfig storage -?",          7, 6001},
+        {"VKCONFIG storage HELP",        7, 6001},
+        {"vkreport storage nosuch",      1, 0},
+        {"vkconfig storage nosuch -?",   7, 6001},
+    };
+    // clang-format on
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.line);
+        EXPECT_EQ(Rights(c.line), c.rights);
+        auto answer = Send(c.line);
+        if (c.msgId == 0) {
+            EXPECT_EQ(answer, nullptr);
+            continue;
+        }
+        ASSERT_NE(answer, nullptr);
+        EXPECT_EQ(answer->msgId, c.msgId);
+        EXPECT_EQ(answer->kind, CLPS_RESP_USAGE);
+        EXPECT_EQ(answer->msgArg1, nullptr);
+        EXPECT_EQ(answer->msgArg2, nullptr);
+        ASSERT_NE(answer->pStyleSheet, nullptr);
+        EXPECT_STREQ(answer->pStyleSheet, "kvclp.xsl");
+    }
+}
+
+TEST_F(PluginTest, UnknownLinesHaveNoRightsAndNoAnswer) {
+    const std::vector<const char*> lines = {
+        "",
+        "vkreport",
+        "vkconfig",
+        "vkreport system",
+        "vkreport system nosuch",
+        "vkreport servermodule",
+        "vkreport chassis",
+        "vkreportstorage pdisk",
+        "vkreport storagepdisk",
+        "vkreport storages pdisk",
+        "storage pdisk",
+        "vkconfig system version",
+    };
+    for (const char* line : lines) {
+        SCOPED_TRACE(line);
+        EXPECT_EQ(Rights(line), 0u);
+        EXPECT_EQ(Send(line).get(), nullptr);
+    }
+}
+
+TEST_F(PluginTest, ExportShape) {
+    // Free of a null answer is passed through; destroy may be called any time.
+    plugin_.freeResponse(nullptr);
+    plugin_.destroyCLIP();
+    // Internal names stay inside the plug-in.
+    for (const char* name : {"ModuleAttach", "ModuleDetach", "CLPSSendRequest", "SysDbgInit",
+                             "LogCLIArgs", "_ZN5kvclp14g_commandTableE"}) {
+        SCOPED_TRACE(name);
+        void* sym = dlsym(plugin_.handle, name);
+        // CLPS names resolve from the support library the plug-in depends
+        // on; what matters is that they are not the plug-in's own.
+        if (sym != nullptr) {
+            Dl_info info{};
+            ASSERT_NE(dladdr(sym, &info), 0);
+            EXPECT_EQ(std::string(info.dli_fname).find("kvclp64"), std::string::npos);
+        }
+    }
+}
+
+}  // namespace
