@@ -1,0 +1,483 @@
+// vkreport and vkconfig run as programs against a fake plug-in: exit
+// statuses, rendered text, XML and JSON documents, rights, dry runs.
+#include <fcntl.h>
+#include <grp.h>
+#include <gtest/gtest.h>
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+struct Result {
+    int exit = -1;
+    std::string out;
+    std::string err;
+};
+
+std::string ReadFile(const fs::path& file) {
+    std::ifstream in(file);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+bool IsRoot() {
+    return geteuid() == 0;
+}
+
+class HostTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/vkhost-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        dir_ = pattern;
+        // The unprivileged runs must be able to write here.
+        chmod(dir_.c_str(), 0777);
+        std::ofstream(dir_ / "calls.log").close();
+        chmod((dir_ / "calls.log").c_str(), 0666);
+        WriteConf("admin_group=vkadmin\n");
+        env_ = {
+            {"PATH", "/usr/bin:/bin"},
+            {"HOME", dir_.string()},
+            {"VK_PLUGIN", VK_TEST_FAKE_PLUGIN},
+            {"VK_SHARE_DIR", VK_TEST_SHARE_DIR},
+            {"VK_HOST_CONF", (dir_ / "host.conf").string()},
+            {"VK_FAKE_LOG", (dir_ / "calls.log").string()},
+            {"SystemRoot", (dir_ / "trace").string()},
+        };
+    }
+
+    void TearDown() override { fs::remove_all(dir_); }
+
+    void WriteConf(const std::string& text) { std::ofstream(dir_ / "host.conf") << text; }
+
+    // Runs a program with the test environment; prefix runs it through
+    // another program (setpriv).
+    Result Run(const std::string& program, const std::vector<std::string>& args,
+               const std::vector<std::string>& prefix = {}) {
+        std::vector<std::string> words = prefix;
+        words.push_back(std::string(VK_TEST_BIN_DIR) + "/" + program);
+        words.insert(words.end(), args.begin(), args.end());
+        std::vector<char*> argv;
+        for (std::string& word : words) argv.push_back(word.data());
+        argv.push_back(nullptr);
+        std::vector<std::string> envText;
+        for (const auto& [name, value] : env_) {
+            if (value) envText.push_back(name + "=" + *value);
+        }
+        std::vector<char*> envp;
+        for (std::string& entry : envText) envp.push_back(entry.data());
+        envp.push_back(nullptr);
+
+        const fs::path out = dir_ / "stdout.txt";
+        const fs::path err = dir_ / "stderr.txt";
+        const pid_t pid = fork();
+        if (pid == 0) {
+            const int outFd = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+            const int errFd = open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+            dup2(outFd, STDOUT_FILENO);
+            dup2(errFd, STDERR_FILENO);
+            execve(argv[0], argv.data(), envp.data());
+            _exit(127);
+        }
+        int status = 0;
+        waitpid(pid, &status, 0);
+        Result result;
+        result.exit = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        result.out = ReadFile(out);
+        result.err = ReadFile(err);
+        return result;
+    }
+
+    Result RunAsNobody(const std::string& program, const std::vector<std::string>& args,
+                       const std::string& groups = "--clear-groups") {
+        return Run(program, args, {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", groups});
+    }
+
+    std::string Calls() const { return ReadFile(dir_ / "calls.log"); }
+
+    fs::path dir_;
+    std::map<std::string, std::optional<std::string>> env_;
+};
+
+// ---- exit status and output by answer ---------------------------------------
+
+struct AnswerCase {
+    const char* program;
+    std::vector<std::string> args;
+    int exit;
+    const char* out;  // expected within standard output ("" when it must be empty)
+    const char* err;  // expected standard error, whole
+};
+
+TEST_F(HostTest, ExitStatusAndOutputFollowTheAnswer) {
+    // clang-format off
+    const std::vector<AnswerCase> cases = {
+        {"vkreport", {"storage", "pdisk"},              0, "ObjID    : 0:0:1", ""},
+        {"vkreport", {"storage", "kind0"},              0, "GlobalNo : 3",     ""},
+        {"vkreport", {"storage", "empty"},              0, "No objects found.", ""},
+        {"vkconfig", {"storage", "empty"},              0, "The command was carried out.", ""},
+        {"vkreport", {"system", "summary"},             0, "Name : srv1",      ""},
+        {"vkreport", {"storage", "text"},               0, "Version 4.2.1\n",  ""},
+        {"vkreport", {"storage", "-?"},                 0, "tarncachedisk  cached LUNs", ""},
+        {"vkreport", {"storage", "help"},               0, "Usage: vkreport storage OBJECT", ""},
+        {"vkconfig", {"storage", "-?"},                 0, "Usage: vkconfig storage OBJECT action=ACTION", ""},
+        {"vkreport", {"storage", "usagexml"},           0, "vkreport storage widget controller=ID\n", ""},
+        {"vkreport", {"storage", "msg", "1200", "a"},   0, "message 1200: a; valid values: blink, unblink", ""},
+        {"vkreport", {"storage", "fail"},               1, "", "vkreport: Physical disk 0:9 not found.\n"},
+        {"vkreport", {"storage", "msg", "1603"},        1, "", "vkreport: message 1603: action=blinq; valid values: blink, unblink\n"},
+        {"vkreport", {"storage", "msg", "7001"},        1, "", "vkreport: message 7001: action=blinq; valid values: blink, unblink\n"},
+        {"vkconfig", {"storage", "msg", "1504"},        2, "", "vkconfig: The action action=blinq is not valid. Valid actions: blink, unblink\n"},
+        {"vkreport", {"storage", "msg", "1500", "controller"}, 2, "", "vkreport: The parameter controller is missing. It takes: blink, unblink\n"},
+        {"vkreport", {"storage", "msg", "1507"},        2, "", "vkreport: The action action=blinq needs one of: blink, unblink\n"},
+        {"vkreport", {"storage", "null"},               2, "", "vkreport: command not understood: 'vkreport storage null' (try 'vkreport storage -?')\n"},
+        {"vkreport", {"storage", "unknown", "a=b"},     2, "", "vkreport: command not understood: 'vkreport storage unknown' (try 'vkreport storage -?')\n"},
+        {"vkreport", {"storage", "msg", "1590", "kvda"},4, "", "vkreport: The data agent kvda is not available.\n"},
+        {"vkreport", {"storage", "msg", "1591", "vkreport storage x"}, 4, "", "vkreport: The command vkreport storage x is not available yet.\n"},
+        {"vkreport", {"storage", "msg", "1592"},        4, "", "vkreport: Out of memory: the command could not be carried out.\n"},
+        {"vkreport", {"storage", "empty0"},             4, "", "vkreport: the plug-in gave an empty answer for 'vkreport storage empty0'\n"},
+    };
+    // clang-format on
+    for (const AnswerCase& c : cases) {
+        SCOPED_TRACE(std::string(c.program) + " " + c.args[0] + " " + c.args[1]);
+        const Result r = Run(c.program, c.args);
+        EXPECT_EQ(r.exit, c.exit);
+        if (*c.out == '\0') {
+            EXPECT_EQ(r.out, "");
+        } else {
+            EXPECT_NE(r.out.find(c.out), std::string::npos) << r.out;
+        }
+        EXPECT_EQ(r.err, c.err);
+    }
+}
+
+TEST_F(HostTest, FailuresOfRenderingAreInternal) {
+    struct Case {
+        std::vector<std::string> args;
+        const char* err;
+    };
+    const std::vector<Case> cases = {
+        {{"storage", "badxsl"}, "missing.xsl not found"},
+        {{"storage", "badxml"}, "the plug-in's answer is not well-formed XML"},
+    };
+    for (const Case& c : cases) {
+        const Result r = Run("vkreport", c.args);
+        EXPECT_EQ(r.exit, 4);
+        EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
+        EXPECT_EQ(r.out, "");
+    }
+}
+
+TEST_F(HostTest, ObjectsAreAlignedBlocksSeparatedByABlankLine) {
+    const Result r = Run("vkreport", {"storage", "pdisk"});
+    EXPECT_EQ(r.out,
+              "GlobalNo : 0\n"
+              "ObjID    : 0:0:1\n"
+              "Name     : Disk & co\n"
+              "\n"
+              "GlobalNo    : 0\n"
+              "ProductName : X1\n");
+}
+
+TEST_F(HostTest, PluginGetsProgramNameAndWordsAndIsAlwaysReleased) {
+    Run("vkreport", {"--format=json", "storage", "pdisk", "controller=0"});
+    EXPECT_EQ(Calls(), "load SystemRoot=" + (dir_ / "trace").string() +
+                           "\n"
+                           "rights vkreport storage pdisk controller=0\n"
+                           "send vkreport storage pdisk controller=0\n"
+                           "free\n"
+                           "destroy\n");
+}
+
+TEST_F(HostTest, UnloadablePluginIsAnInternalFailure) {
+    env_["VK_PLUGIN"] = (dir_ / "nothere.so").string();
+    const Result r = Run("vkreport", {"storage", "pdisk"});
+    EXPECT_EQ(r.exit, 4);
+    EXPECT_EQ(r.err,
+              "vkreport: cannot load the storage plug-in: " + (dir_ / "nothere.so").string() +
+                  ": cannot open shared object file: No such file or directory\n");
+
+    env_["VK_PLUGIN"] = "/bin/true";  // loads as nothing usable either
+    EXPECT_EQ(Run("vkreport", {"storage", "pdisk"}).exit, 4);
+}
+
+TEST_F(HostTest, BrokenCatalogueLineIsNamed) {
+    const fs::path share = dir_ / "share";
+    fs::create_directories(share);
+    std::ofstream(share / "messages.txt") << "# comment\n1500\tfine\nabc\tnot a number\n";
+    env_["VK_SHARE_DIR"] = share.string();
+    const Result r = Run("vkreport", {"storage", "msg", "1500"});
+    EXPECT_EQ(r.exit, 4);
+    EXPECT_EQ(r.err, "vkreport: " + (share / "messages.txt").string() +
+                         ":3: expected NUMBER<TAB>TEXT, found 'abc\tnot a number'\n");
+}
+
+// ---- options --------------------------------------------------------------
+
+TEST_F(HostTest, OptionsAreCheckedBeforeTheCommand) {
+    struct Case {
+        const char* program;
+        std::vector<std::string> args;
+        int exit;
+        const char* err;
+    };
+    // clang-format off
+    const std::vector<Case> cases = {
+        {"vkreport", {"--format=yaml", "storage", "pdisk"}, 2, "vkreport: unknown output format 'yaml': use text, xml or json\n"},
+        {"vkreport", {"--bogus", "storage", "pdisk"},       2, "vkreport: unknown option '--bogus' (try 'vkreport --help')\n"},
+        {"vkreport", {"--dry-run", "storage", "pdisk"},     2, "vkreport: --dry-run is only for vkconfig\n"},
+        {"vkconfig", {},                                    2, "vkconfig: no command given (try 'vkconfig storage -?' or 'vkconfig --help')\n"},
+        {"vkconfig", {"--help"},                            0, ""},
+        {"vkreport", {"--version"},                         0, ""},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        const Result r = Run(c.program, c.args);
+        EXPECT_EQ(r.exit, c.exit);
+        EXPECT_EQ(r.err, c.err);
+    }
+    EXPECT_EQ(Calls(), "") << "the plug-in is not loaded for these";
+    EXPECT_EQ(Run("vkreport", {"--version"}).out.rfind("vkreport ", 0), 0u);
+    EXPECT_NE(Run("vkconfig", {"--help"}).out.find("Usage: vkconfig [OPTIONS]"), std::string::npos);
+}
+
+// ---- JSON -----------------------------------------------------------------
+
+TEST_F(HostTest, JsonIsOneDocumentWithTheFields) {
+    struct Case {
+        std::vector<std::string> args;
+        int exit;
+        const char* status;
+        std::optional<int> message;
+        size_t objects;
+    };
+    // clang-format off
+    const std::vector<Case> cases = {
+        {{"storage", "pdisk", "controller=0"}, 0, "ok",      {},     2},
+        {{"storage", "empty"},                 0, "ok",      {},     0},
+        {{"storage", "text"},                  0, "ok",      {},     0},
+        {{"storage", "-?"},                    0, "usage",   6000,   0},
+        {{"storage", "fail"},                  1, "refused", {},     0},
+        {{"storage", "msg", "1603"},           1, "refused", 1603,   0},
+        {{"storage", "msg", "1502"},           2, "error",   1502,   0},
+        {{"storage", "msg", "1590", "kvda"},   4, "error",   1590,   0},
+        {{"storage", "null"},                  2, "error",   {},     0},
+        {{"storage", "unknown"},               2, "error",   {},     0},
+        {{"storage", "badxsl"},                4, "error",   {},     0},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.args[1]);
+        std::vector<std::string> args{"--format=json"};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        const Result r = Run("vkreport", args);
+        EXPECT_EQ(r.exit, c.exit);
+        ASSERT_TRUE(Json::accept(r.out)) << r.out;
+        const Json doc = Json::parse(r.out);
+        EXPECT_EQ(doc.at("status"), c.status);
+        EXPECT_TRUE(doc.at("text").is_string());
+        EXPECT_TRUE(doc.at("request").is_array());
+        ASSERT_TRUE(doc.at("objects").is_array());
+        EXPECT_EQ(doc.at("objects").size(), c.objects);
+        EXPECT_EQ(doc.contains("message"), c.message.has_value());
+        if (c.message) {
+            EXPECT_EQ(doc.at("message"), *c.message);
+        }
+        if (c.exit != 0) {
+            EXPECT_NE(r.err, "") << "a refusal is also told on standard error";
+            EXPECT_EQ(r.out.find(r.err), std::string::npos);
+        }
+    }
+}
+
+TEST_F(HostTest, JsonCarriesObjectsRequestAndMessageTexts) {
+    Json doc =
+        Json::parse(Run("vkreport", {"--format=json", "storage", "pdisk", "controller=0"}).out);
+    EXPECT_EQ(doc.at("objects")[0].at("ObjID"), "0:0:1");
+    EXPECT_EQ(doc.at("objects")[0].at("Name"), "Disk & co");
+    EXPECT_EQ(doc.at("objects")[1].at("ProductName"), "X1");
+    EXPECT_EQ(doc.at("request"), Json::array({"vkacmd=getpdisk", "controller=0"}));
+    EXPECT_NE(doc.at("text").get<std::string>().find("ObjID    : 0:0:1"), std::string::npos);
+
+    doc = Json::parse(Run("vkreport", {"--format=json", "storage", "msg", "1504"}).out);
+    EXPECT_EQ(doc.at("args"), Json::array({"action=blinq", "blink, unblink"}));
+    EXPECT_EQ(doc.at("text"),
+              "The action action=blinq is not valid. Valid actions: blink, unblink");
+
+    doc = Json::parse(Run("vkreport", {"--format=json", "storage", "fail"}).out);
+    EXPECT_EQ(doc.at("text"), "Physical disk 0:9 not found.");
+}
+
+TEST_F(HostTest, JsonForErrorsBeforeThePluginAnswers) {
+    env_["VK_PLUGIN"] = (dir_ / "nothere.so").string();
+    Result r = Run("vkreport", {"--format=json", "storage", "pdisk"});
+    EXPECT_EQ(r.exit, 4);
+    ASSERT_TRUE(Json::accept(r.out)) << r.out;
+    EXPECT_EQ(Json::parse(r.out).at("status"), "error");
+    EXPECT_NE(Json::parse(r.out).at("text").get<std::string>().find("cannot load"),
+              std::string::npos);
+
+    r = Run("vkreport", {"--format=json", "--format=yaml"});
+    EXPECT_EQ(r.exit, 2);
+    ASSERT_TRUE(Json::accept(r.out)) << r.out;
+}
+
+// ---- XML ------------------------------------------------------------------
+
+TEST_F(HostTest, XmlFormatPrintsOneDocument) {
+    struct Case {
+        const char* program;
+        std::vector<std::string> args;
+        int exit;
+        const char* root;
+    };
+    // clang-format off
+    const std::vector<Case> cases = {
+        {"vkreport", {"--format=xml", "storage", "pdisk"},          0, "RESPONSE"},
+        {"vkreport", {"--format=xml", "storage", "console"},        0, "RESPONSE"},
+        {"vkreport", {"--format=xml", "storage", "fail"},           1, "RESPONSE"},
+        {"vkreport", {"--format=xml", "storage", "msg", "1603"},    1, "Message"},
+        {"vkreport", {"--format=xml", "storage", "-?"},             0, "Message"},
+        {"vkreport", {"--format=xml", "storage", "text"},           0, "Text"},
+        {"vkconfig", {"--format=xml", "--dry-run", "storage", "pdisk"}, 0, "DryRun"},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.args[2]);
+        const Result r = Run(c.program, c.args);
+        EXPECT_EQ(r.exit, c.exit);
+        xmlDoc* doc = xmlReadMemory(r.out.data(), static_cast<int>(r.out.size()), "out.xml",
+                                    nullptr, XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+        ASSERT_NE(doc, nullptr) << r.out;
+        EXPECT_STREQ(reinterpret_cast<const char*>(xmlDocGetRootElement(doc)->name), c.root);
+        xmlFreeDoc(doc);
+    }
+    EXPECT_NE(
+        Run("vkreport", {"--format=xml", "storage", "msg", "1603"}).out.find("number=\"1603\""),
+        std::string::npos);
+}
+
+// ---- console capture ---------------------------------------------------------
+
+TEST_F(HostTest, PluginConsoleOutputIsKeptApart) {
+    Result r = Run("vkreport", {"storage", "console"});
+    EXPECT_EQ(r.exit, 0);
+    // Printed as it came, before the rendering.
+    const auto said = r.out.find("plug-in says hello\n");
+    const auto raw = r.out.find("raw line\n");
+    const auto rendered = r.out.find("GlobalNo : 0");
+    ASSERT_NE(said, std::string::npos) << r.out;
+    ASSERT_NE(raw, std::string::npos) << r.out;
+    ASSERT_NE(rendered, std::string::npos) << r.out;
+    EXPECT_LT(said, rendered);
+    EXPECT_LT(raw, rendered);
+
+    r = Run("vkreport", {"--format=json", "storage", "console"});
+    ASSERT_TRUE(Json::accept(r.out)) << r.out;
+    const std::string console = Json::parse(r.out).at("console");
+    EXPECT_NE(console.find("plug-in says hello\n"), std::string::npos);
+    EXPECT_NE(console.find("raw line\n"), std::string::npos);
+    EXPECT_FALSE(Json::parse(Run("vkreport", {"--format=json", "storage", "pdisk"}).out)
+                     .contains("console"));
+}
+
+// ---- dry run ---------------------------------------------------------------
+
+TEST_F(HostTest, DryRunShowsTheRequestWithPassphrasesHidden) {
+    Result r = Run("vkconfig", {"--dry-run", "storage", "pdisk", "action=blink",
+                                "PassPhrase=s3cret", "newpassphrase=x2", "controller=0"});
+    EXPECT_EQ(r.exit, 0);
+    EXPECT_EQ(r.out,
+              "Would send to kvda:\n"
+              "  vkacmd=setpdisk\n"
+              "  action=blink\n"
+              "  PassPhrase=***\n"
+              "  newpassphrase=***\n"
+              "  controller=0\n");
+    EXPECT_NE(Calls().find("flags 1\nsend "), std::string::npos) << Calls();
+
+    r = Run("vkconfig", {"--format=json", "--dry-run", "storage", "pdisk", "action=blink",
+                         "passphrase=s3cret"});
+    EXPECT_EQ(r.out.find("s3cret"), std::string::npos);
+    const Json doc = Json::parse(r.out);
+    EXPECT_EQ(doc.at("status"), "dry-run");
+    EXPECT_EQ(doc.at("request"),
+              Json::array({"vkacmd=setpdisk", "action=blink", "passphrase=***"}));
+}
+
+// ---- rights ----------------------------------------------------------------
+
+TEST_F(HostTest, ConfigurationNeedsAdministratorRights) {
+    if (!IsRoot()) GTEST_SKIP() << "needs root to run the commands as another user";
+    Result r = RunAsNobody("vkconfig", {"storage", "pdisk", "action=blink", "passphrase=x"});
+    EXPECT_EQ(r.exit, 3);
+    EXPECT_EQ(r.err,
+              "vkconfig: you need administrator rights for 'vkconfig storage pdisk' (root or "
+              "group vkadmin)\n");
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(Calls().find("send"), std::string::npos) << Calls();
+    EXPECT_NE(Calls().find("destroy"), std::string::npos) << Calls();
+
+    r = RunAsNobody("vkconfig", {"--format=json", "storage", "pdisk"});
+    EXPECT_EQ(r.exit, 3);
+    ASSERT_TRUE(Json::accept(r.out)) << r.out;
+    EXPECT_EQ(Json::parse(r.out).at("status"), "refused");
+
+    // Reading is open to everyone.
+    EXPECT_EQ(RunAsNobody("vkreport", {"storage", "pdisk"}).exit, 0);
+}
+
+TEST_F(HostTest, AdminGroupMembersHoldAdministratorRights) {
+    if (!IsRoot()) GTEST_SKIP() << "needs root to run the commands as another user";
+    const group* daemon = getgrgid(1);
+    if (daemon == nullptr) GTEST_SKIP() << "no group 1 to use";
+    WriteConf(std::string("admin_group=") + daemon->gr_name + "\n");
+    const Result r = RunAsNobody("vkconfig", {"storage", "empty"}, "--groups=1");
+    EXPECT_EQ(r.exit, 0) << r.err;
+    EXPECT_NE(Calls().find("send vkconfig storage empty"), std::string::npos);
+
+    WriteConf("admin_group=vk-no-such-group\n");
+    EXPECT_EQ(RunAsNobody("vkconfig", {"storage", "empty"}, "--groups=1").exit, 3);
+}
+
+TEST_F(HostTest, BadHostConfigurationIsToldAndIgnored) {
+    WriteConf("colour=blue\nadmin_group=\n");
+    const Result r = Run("vkreport", {"storage", "empty"});
+    EXPECT_EQ(r.exit, 0);
+    const std::string conf = (dir_ / "host.conf").string();
+    EXPECT_EQ(r.err, "vkreport: warning: " + conf + ":1: unknown setting 'colour'\n" +
+                         "vkreport: warning: " + conf +
+                         ":2: admin_group is empty; keeping 'vkadmin'\n");
+}
+
+// ---- trace directory --------------------------------------------------------
+
+TEST_F(HostTest, SystemRootPointsAtTheLogDirectoryWhenUnset) {
+    env_.erase("SystemRoot");
+    env_["XDG_STATE_HOME"] = (dir_ / "state").string();
+    const fs::path logDir = dir_ / "state" / "vk" / "log";
+    // As root the directory would be /var/log/vk; run as an ordinary user.
+    const Result r = IsRoot() ? RunAsNobody("vkreport", {"storage", "empty"})
+                              : Run("vkreport", {"storage", "empty"});
+    EXPECT_EQ(r.exit, 0) << r.err;
+    EXPECT_EQ(Calls().rfind("load SystemRoot=" + logDir.string() + "\n", 0), 0u) << Calls();
+    ASSERT_TRUE(fs::is_directory(logDir));
+    EXPECT_EQ(fs::status(logDir).permissions() & fs::perms::all, fs::perms::owner_all);
+}
+
+}  // namespace
