@@ -1,0 +1,68 @@
+#include "answer.h"
+
+namespace kvda {
+
+void appendEscaped(std::string& out, std::string_view text) {
+    for (char c : text) {
+        switch (c) {
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            case '"':
+                out += "&quot;";
+                break;
+            case '\'':
+                out += "&apos;";
+                break;
+            default:
+                out += c;
+        }
+    }
+}
+
+void Answer::object(const Props& props) {
+    text_ += "<QXStorageObject>";
+    for (const auto& [tag, value] : props) {
+        text_ += '<';
+        text_ += tag;
+        text_ += '>';
+        appendEscaped(text_, value);
+        text_ += "</";
+        text_ += tag;
+        text_ += '>';
+    }
+    text_ += "</QXStorageObject>";
+    ++count_;
+}
+
+std::string Answer::finish(int status, std::string_view message) {
+    std::string out;
+    if (status == 0) out = std::move(text_);
+    out += "<SMStatus>" + std::to_string(status) + "</SMStatus>";
+    if (status != 0) {
+        out += "<SMMessage>";
+        appendEscaped(out, message);
+        out += "</SMMessage>";
+    }
+    text_.clear();
+    count_ = 0;
+    return out;
+}
+
+}  // namespace kvda
+
+namespace kvda {
+bool isTagName(std::string_view tag) {
+    auto alpha = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
+    if (tag.empty() || !alpha(tag[0]) || tag.size() > 64) return false;
+    for (char c : tag)
+        if (!alpha(c) && !(c >= '0' && c <= '9') && c != '_' && c != '-' && c != '.') return false;
+    return true;
+}
+}  // namespace kvda

@@ -1,0 +1,31 @@
+// The answer text: storage objects, one element per property, then the
+// status and, on failure, a message.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "model.h"
+
+namespace kvda {
+
+class Answer {
+  public:
+    void object(const Props& props);
+    // Completes the text; a non-zero status drops any objects written.
+    std::string finish(int status, std::string_view message);
+    size_t objects() const { return count_; }
+
+  private:
+    std::string text_;
+    size_t count_ = 0;
+};
+
+void appendEscaped(std::string& out, std::string_view text);
+
+}  // namespace kvda
+
+namespace kvda {
+// Property names must be usable as element names.
+bool isTagName(std::string_view tag);
+}  // namespace kvda

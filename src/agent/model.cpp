@@ -1,0 +1,501 @@
+#include "model.h"
+
+#include <array>
+#include <charconv>
+
+namespace kvda {
+
+const std::string* Object::find(std::string_view tag) const {
+    for (const auto& [k, v] : props)
+        if (k == tag) return &v;
+    return nullptr;
+}
+
+std::string Object::get(std::string_view tag) const {
+    auto o = overrides.find(std::string(tag));
+    if (o != overrides.end()) return o->second;
+    const std::string* v = find(tag);
+    return v ? *v : std::string();
+}
+
+long long Object::num(std::string_view tag) const {
+    std::string v = get(tag);
+    long long n = 0;
+    std::from_chars(v.data(), v.data() + v.size(), n);
+    return n;
+}
+
+void Object::set(std::string_view tag, std::string value) {
+    for (auto& [k, v] : props)
+        if (k == tag) {
+            v = std::move(value);
+            return;
+        }
+    props.emplace_back(std::string(tag), std::move(value));
+}
+
+void Object::erase(std::string_view tag) {
+    std::erase_if(props, [&](const auto& p) { return p.first == tag; });
+}
+
+namespace {
+std::string addrKey(std::string_view kind, int64_t ctrl, std::string_view addr) {
+    std::string key(kind);
+    key += '|';
+    key += std::to_string(ctrl);
+    key += '|';
+    key += addr;
+    return key;
+}
+}  // namespace
+
+void Estate::index() {
+    byOid_.clear();
+    byAddr_.clear();
+    for (size_t i = 0; i < objects.size(); ++i) {
+        byOid_[objects[i].oid] = i;
+        byAddr_[addrKey(objects[i].kind, objects[i].ctrl, objects[i].addr)] = i;
+    }
+}
+
+const Object* Estate::byOid(int64_t oid) const {
+    auto it = byOid_.find(oid);
+    return it == byOid_.end() ? nullptr : &objects[it->second];
+}
+
+Object* Estate::edit(int64_t oid) {
+    auto it = byOid_.find(oid);
+    return it == byOid_.end() ? nullptr : &objects[it->second];
+}
+
+const Object* Estate::find(std::string_view kind, int64_t ctrl, std::string_view addr) const {
+    auto it = byAddr_.find(addrKey(kind, ctrl, addr));
+    return it == byAddr_.end() ? nullptr : &objects[it->second];
+}
+
+std::vector<const Object*> Estate::all(std::string_view kind) const {
+    std::vector<const Object*> out;
+    for (const auto& o : objects)
+        if (o.kind == kind) out.push_back(&o);
+    return out;
+}
+
+std::vector<const Object*> Estate::of(std::string_view kind, int64_t ctrl) const {
+    std::vector<const Object*> out;
+    for (const auto& o : objects)
+        if (o.kind == kind && o.ctrl == ctrl) out.push_back(&o);
+    return out;
+}
+
+std::vector<const Object*> Estate::children(std::string_view kind, int64_t parent) const {
+    std::vector<const Object*> out;
+    for (const auto& o : objects)
+        if (o.kind == kind && o.parent == parent) out.push_back(&o);
+    return out;
+}
+
+std::string toMask(uint32_t value) {
+    std::string out(32, '0');
+    for (int i = 0; i < 32; ++i)
+        if (value & (1u << (31 - i))) out[static_cast<size_t>(i)] = '1';
+    return out;
+}
+
+uint32_t fromMask(std::string_view text) {
+    uint32_t v = 0;
+    for (char c : text) {
+        if (c != '0' && c != '1') break;
+        v = (v << 1) | static_cast<uint32_t>(c - '0');
+    }
+    return v;
+}
+
+// ---- method masks --------------------------------------------------------
+// Each rule row names an object kind, the mask pair it feeds (0: the
+// "MasterMethodMask"/"CurrentMethodMask" pair, 1: the "...1" pair), the
+// operation bit, when the object supports it at all and when it can carry it
+// out now. Predicates read the effective (overridden) state.
+namespace {
+
+struct Ctx {
+    const Estate& estate;
+    const Object& obj;
+    const Object* ctrl;
+    int st() const { return static_cast<int>(obj.num("ObjState")); }
+    uint32_t attrs() const { return fromMask(obj.get("AttributesMask")); }
+    uint32_t ctrlAttrs() const { return ctrl ? fromMask(ctrl->get("AttributesMask")) : 0; }
+    bool raidMode() const { return ctrl && ctrl->num("ControllerMode") == 1; }
+};
+
+using Pred = bool (*)(const Ctx&);
+
+bool always(const Ctx&) {
+    return true;
+}
+bool raidMode(const Ctx& c) {
+    return c.raidMode() || (c.obj.kind == kind::kController && c.obj.num("ControllerMode") == 1);
+}
+bool ctrlRaid(const Ctx& c) {
+    return c.obj.num("ControllerMode") == 1;
+}
+bool ctrlHasAlarm(const Ctx& c) {
+    return c.obj.num("AlarmPresent") == 1;
+}
+bool ctrlAlarmOff(const Ctx& c) {
+    return c.obj.num("AlarmPresent") == 1 && c.obj.num("AlarmState") == 0;
+}
+bool ctrlAlarmOn(const Ctx& c) {
+    return c.obj.num("AlarmPresent") == 1 && c.obj.num("AlarmState") == 1;
+}
+bool ctrlSecurity(const Ctx& c) {
+    return fromMask(c.obj.get("AttributesMask")) & ctrlattr::kKeyManagement;
+}
+bool ctrlCacheCade(const Ctx& c) {
+    return fromMask(c.obj.get("AttributesMask")) & ctrlattr::kCacheCade;
+}
+bool ctrlHasRoom(const Ctx& c) {
+    auto vds = c.estate.of(kind::kVdisk, c.obj.num("GlobalNo"));
+    if (static_cast<long long>(vds.size()) >= c.obj.num("MaxVDAllowed")) return false;
+    for (const Object* d : c.estate.of(kind::kDisk, c.obj.num("GlobalNo")))
+        if (d->num("ObjState") == state::kReady &&
+            !(fromMask(d->get("AttributesMask")) &
+              (diskattr::kGlobalHotSpare | diskattr::kDedicatedHotSpare)))
+            return true;
+    return false;
+}
+bool ctrlHasVdisks(const Ctx& c) {
+    return !c.estate.of(kind::kVdisk, c.obj.num("GlobalNo")).empty();
+}
+bool ctrlHasForeign(const Ctx& c) {
+    for (const Object* d : c.estate.of(kind::kDisk, c.obj.num("GlobalNo")))
+        if (d->num("ObjState") == state::kForeign) return true;
+    return false;
+}
+bool ctrlPatrolManualIdle(const Ctx& c) {
+    return c.obj.num("PatrolReadMode") == 2 && c.obj.num("PatrolReadState") != 1;
+}
+bool ctrlPatrolRunning(const Ctx& c) {
+    return c.obj.num("PatrolReadState") == 1;
+}
+bool ctrlPinnedCache(const Ctx& c) {
+    return c.obj.num("PreservedCache") == 1;
+}
+bool ctrlHasNonRaid(const Ctx& c) {
+    for (const Object* d : c.estate.of(kind::kDisk, c.obj.num("GlobalNo")))
+        if (d->num("ObjState") == state::kNonRaid) return true;
+    return false;
+}
+bool ctrlHasReady(const Ctx& c) {
+    for (const Object* d : c.estate.of(kind::kDisk, c.obj.num("GlobalNo")))
+        if (d->num("ObjState") == state::kReady) return true;
+    return false;
+}
+
+bool isHotSpare(const Ctx& c) {
+    return c.attrs() & (diskattr::kGlobalHotSpare | diskattr::kDedicatedHotSpare);
+}
+bool diskReadyFree(const Ctx& c) {
+    return c.st() == state::kReady && !isHotSpare(c);
+}
+bool diskGlobalSpare(const Ctx& c) {
+    return c.attrs() & diskattr::kGlobalHotSpare;
+}
+bool diskPresent(const Ctx& c) {
+    return c.st() != state::kRemoved;
+}
+bool diskOnlineMember(const Ctx& c) {
+    return c.st() == state::kOnline;
+}
+bool diskOffline(const Ctx& c) {
+    return c.st() == state::kOffline;
+}
+bool diskRebuildable(const Ctx& c) {
+    return (c.st() == state::kFailed || c.st() == state::kOffline) && !c.obj.get("_vd").empty();
+}
+bool diskRebuilding(const Ctx& c) {
+    return c.st() == state::kRebuilding;
+}
+bool diskRemovable(const Ctx& c) {
+    return c.st() == state::kReady || c.st() == state::kFailed || c.st() == state::kOffline;
+}
+bool diskReady(const Ctx& c) {
+    return c.st() == state::kReady;
+}
+bool diskNonRaid(const Ctx& c) {
+    return c.st() == state::kNonRaid;
+}
+bool diskClearing(const Ctx& c) {
+    return c.obj.num("Clearing") == 1;
+}
+bool diskReplacing(const Ctx& c) {
+    return c.obj.num("ReplacingMember") == 1;
+}
+bool diskIse(const Ctx& c) {
+    return c.obj.num("ISECapable") == 1;
+}
+bool diskIseNow(const Ctx& c) {
+    return diskIse(c) && (c.st() == state::kReady || c.st() == state::kNonRaid);
+}
+bool diskCacheOff(const Ctx& c) {
+    return diskPresent(c) && c.obj.num("WriteCache") != 1;
+}
+bool diskCacheOn(const Ctx& c) {
+    return diskPresent(c) && c.obj.num("WriteCache") == 1;
+}
+bool diskSolid(const Ctx& c) {
+    return c.obj.num("MediaType") == media::kSsd;
+}
+bool diskPcie(const Ctx& c) {
+    return c.obj.num("BusProtocol") == bus::kPcie;
+}
+bool diskInPool(const Ctx& c) {
+    return c.obj.num("InCachePool") == 1;
+}
+bool diskNotInPool(const Ctx& c) {
+    return diskPcie(c) && c.obj.num("InCachePool") != 1 && c.st() == state::kReady;
+}
+bool diskPoolFailed(const Ctx& c) {
+    return diskInPool(c) && c.st() == state::kFailed;
+}
+
+bool vdReady(const Ctx& c) {
+    return c.st() == state::kReady;
+}
+bool vdUsable(const Ctx& c) {
+    return c.st() != state::kFailed;
+}
+bool vdRedundant(const Ctx& c) {
+    return c.obj.num("Layout") != 2 && c.obj.num("IsSSC") != 1;
+}
+bool vdRedundantReady(const Ctx& c) {
+    return vdReady(c) && vdRedundant(c) && c.obj.num("CCState") == 0;
+}
+bool vdCcRunning(const Ctx& c) {
+    return c.obj.num("CCState") == 1;
+}
+bool vdCcPaused(const Ctx& c) {
+    return c.obj.num("CCState") == 2;
+}
+bool vdCcActive(const Ctx& c) {
+    return c.obj.num("CCState") != 0;
+}
+bool vdRebuilding(const Ctx& c) {
+    return c.st() == state::kRebuilding;
+}
+bool vdInitRunning(const Ctx& c) {
+    return c.obj.num("InitState") == 1;
+}
+bool vdBgiRunning(const Ctx& c) {
+    return c.obj.num("InitState") == 2;
+}
+bool vdReconfiguring(const Ctx& c) {
+    return c.obj.num("ReconfigState") == 1;
+}
+bool vdSecurable(const Ctx& c) {
+    return (c.ctrlAttrs() & ctrlattr::kSecurityKeyPresent) && c.obj.num("Secured") != 1;
+}
+bool vdSecurity(const Ctx& c) {
+    return c.ctrlAttrs() & ctrlattr::kKeyManagement;
+}
+bool vdCacheOff(const Ctx& c) {
+    return c.obj.num("TarnCache") == 0 && vdUsable(c);
+}
+bool vdCacheOn(const Ctx& c) {
+    return c.obj.num("TarnCache") == 1;
+}
+bool vdCacheFailed(const Ctx& c) {
+    return c.obj.num("TarnCache") == 2;
+}
+
+bool batReady(const Ctx& c) {
+    return c.st() == state::kReady;
+}
+bool batNotLearning(const Ctx& c) {
+    return c.st() == state::kReady && c.obj.num("LearnState") == 0;
+}
+bool batLearnDue(const Ctx& c) {
+    return c.obj.num("LearnMode") == 1 && c.st() == state::kReady;
+}
+
+bool encAlarm(const Ctx& c) {
+    return c.obj.num("AlarmPresent") == 1;
+}
+bool encAlarmOff(const Ctx& c) {
+    return encAlarm(c) && c.obj.num("AlarmState") == 0;
+}
+bool encAlarmOn(const Ctx& c) {
+    return encAlarm(c) && c.obj.num("AlarmState") == 1;
+}
+bool encProbes(const Ctx& c) {
+    return !c.estate.children(kind::kProbe, c.obj.oid).empty();
+}
+bool encShelf(const Ctx& c) {
+    return c.obj.num("EnclosureType") == 2;
+}
+
+struct Rule {
+    std::string_view kind;
+    int pair;
+    uint32_t bit;
+    Pred supported;
+    Pred possible;
+};
+
+// clang-format off
+constexpr std::array kRules{
+    // storage root
+    Rule{kind::kStorage,    0, 0x1,        always,        always},            // globalrescan
+    Rule{kind::kStorage,    0, 0x2,        always,        always},            // enablests
+    Rule{kind::kStorage,    0, 0x4,        always,        always},            // disablests
+    Rule{kind::kStorage,    0, 0x8,        always,        always},            // setprotectionpolicies
+    Rule{kind::kStorage,    0, 0x10,       always,        always},            // write endurance threshold
+    // controller
+    Rule{kind::kController, 0, 0x1,        always,        always},            // rescan
+    Rule{kind::kController, 0, 0x2,        ctrlRaid,      always},            // flush
+    Rule{kind::kController, 0, 0x4,        ctrlHasAlarm,  ctrlAlarmOff},      // enablealarm
+    Rule{kind::kController, 0, 0x8,        ctrlHasAlarm,  ctrlAlarmOn},       // disablealarm
+    Rule{kind::kController, 0, 0x10,       ctrlHasAlarm,  ctrlAlarmOn},       // quietalarm
+    Rule{kind::kController, 0, 0x20,       ctrlRaid,      always},            // setrebuildrate
+    Rule{kind::kController, 0, 0x40,       ctrlRaid,      ctrlHasRoom},       // createvdisk
+    Rule{kind::kController, 0, 0x80,       ctrlRaid,      ctrlHasVdisks},     // resetconfig
+    Rule{kind::kController, 0, 0x100,      always,        always},            // exportlog
+    Rule{kind::kController, 0, 0x800,      ctrlHasAlarm,  always},            // testalarm
+    Rule{kind::kController, 0, 0x2000,     ctrlRaid,      always},            // setbgirate
+    Rule{kind::kController, 0, 0x4000,     ctrlRaid,      always},            // setcheckconsistencyrate
+    Rule{kind::kController, 0, 0x8000,     ctrlRaid,      always},            // setpatrolreadrate
+    Rule{kind::kController, 0, 0x10000,    ctrlRaid,      always},            // setreconstructrate
+    Rule{kind::kController, 0, 0x80000,    always,        always},            // dumpevents
+    Rule{kind::kController, 0, 0x100000,   ctrlRaid,      always},            // setpatrolreadmode
+    Rule{kind::kController, 0, 0x200000,   ctrlRaid,      ctrlPatrolManualIdle}, // startpatrolread
+    Rule{kind::kController, 0, 0x400000,   ctrlRaid,      ctrlPatrolRunning}, // stoppatrolread
+    Rule{kind::kController, 0, 0x800000,   ctrlRaid,      ctrlHasForeign},    // clearforeignconfig
+    Rule{kind::kController, 0, 0x1000000,  ctrlRaid,      ctrlHasForeign},    // importforeignconfig
+    Rule{kind::kController, 0, 0x2000000,  ctrlRaid,      ctrlHasForeign},    // importrecoverforeignconfig
+    Rule{kind::kController, 0, 0x4000000,  ctrlRaid,      always},            // setchangecontrollerproperties
+    Rule{kind::kController, 0, 0x8000000,  always,        always},            // changedrivecache
+    Rule{kind::kController, 0, 0x10000000, ctrlRaid,      ctrlPinnedCache},   // discardpreservedcache
+    Rule{kind::kController, 0, 0x40000000, ctrlSecurity,  always},            // security key actions
+    Rule{kind::kController, 1, 0x1,        ctrlCacheCade, ctrlHasReady},      // createcachecade
+    Rule{kind::kController, 1, 0x2,        ctrlRaid,      ctrlHasNonRaid},    // convertNonRAIDtoRAID
+    Rule{kind::kController, 1, 0x4,        ctrlRaid,      ctrlHasReady},      // convertRAIDtoNonRAID
+    Rule{kind::kController, 1, 0x8,        always,        always},            // setcontrollermode
+    Rule{kind::kController, 1, 0x10,       ctrlRaid,      ctrlHasReady},      // autoconfigureRAID0
+    // connector, NVMe adapter
+    Rule{kind::kConnector,  0, 0x1,        always,        always},            // rescan
+    Rule{kind::kNvme,       0, 0x1,        always,        always},            // rescan
+    Rule{kind::kNvme,       0, 0x200000,   diskIse,       always},            // cryptographicerase
+    Rule{kind::kNvme,       0, 0x4000000,  always,        always},            // exportlog
+    // enclosure
+    Rule{kind::kEnclosure,  0, 0x1,        encAlarm,      encAlarmOff},       // enablealarm
+    Rule{kind::kEnclosure,  0, 0x2,        encAlarm,      encAlarmOn},        // disablealarm
+    Rule{kind::kEnclosure,  0, 0x4,        encShelf,      always},            // asset data
+    Rule{kind::kEnclosure,  0, 0x8,        encProbes,     always},            // settempprobes
+    Rule{kind::kEnclosure,  0, 0x40,       always,        always},            // blink
+    Rule{kind::kEnclosure,  0, 0x80,       encProbes,     always},            // setalltempprobes
+    Rule{kind::kEnclosure,  0, 0x100,      always,        always},            // unblink
+    Rule{kind::kEnclosure,  0, 0x200,      always,        always},            // pdslotreport
+    // battery
+    Rule{kind::kBattery,    0, 0x1,        always,        batReady},          // recondition
+    Rule{kind::kBattery,    0, 0x2,        always,        batNotLearning},    // startlearn
+    Rule{kind::kBattery,    0, 0x4,        always,        batLearnDue},       // delaylearn
+    // physical disk
+    Rule{kind::kDisk,       0, 0x1,        always,        diskPresent},       // blink
+    Rule{kind::kDisk,       0, 0x2,        always,        diskPresent},       // unblink
+    Rule{kind::kDisk,       0, 0x10,       raidMode,      diskReadyFree},     // assignglobalhotspare
+    Rule{kind::kDisk,       0, 0x20,       raidMode,      diskGlobalSpare},   // unassignglobalhotspare
+    Rule{kind::kDisk,       0, 0x40,       raidMode,      diskOffline},       // online
+    Rule{kind::kDisk,       0, 0x80,       raidMode,      diskOnlineMember},  // offline
+    Rule{kind::kDisk,       0, 0x100,      always,        diskRemovable},     // remove
+    Rule{kind::kDisk,       0, 0x400,      raidMode,      diskRebuildable},   // rebuild
+    Rule{kind::kDisk,       0, 0x800,      raidMode,      diskRebuilding},    // cancelrebuild
+    Rule{kind::kDisk,       0, 0x1000,     raidMode,      diskReady},         // initialize
+    Rule{kind::kDisk,       0, 0x10000,    raidMode,      diskReadyFree},     // clear
+    Rule{kind::kDisk,       0, 0x20000,    raidMode,      diskClearing},      // cancelclear
+    Rule{kind::kDisk,       0, 0x80000,    raidMode,      diskReplacing},     // cancelreplacemember
+    Rule{kind::kDisk,       0, 0x200000,   diskIse,       diskIseNow},        // instant secure erase
+    Rule{kind::kDisk,       0, 0x400000,   raidMode,      diskReadyFree},     // convertRAIDtoNonRAID
+    Rule{kind::kDisk,       0, 0x800000,   raidMode,      diskNonRaid},       // convertNonRAIDtoRAID
+    Rule{kind::kDisk,       0, 0x1000000,  always,        diskCacheOff},      // enabledevicewritecache
+    Rule{kind::kDisk,       0, 0x2000000,  always,        diskCacheOn},       // disabledevicewritecache
+    Rule{kind::kDisk,       0, 0x4000000,  diskSolid,     diskPresent},       // exportlog
+    Rule{kind::kDisk,       0, 0x8000000,  diskPcie,      diskNotInPool},     // addtocachepool
+    Rule{kind::kDisk,       0, 0x10000000, diskPcie,      diskInPool},        // removefromcachepool
+    Rule{kind::kDisk,       0, 0x20000000, diskPcie,      diskPoolFailed},    // reactivate
+    // virtual disk
+    Rule{kind::kVdisk,      0, 0x1,        always,        vdReady},           // reconfigure
+    Rule{kind::kVdisk,      0, 0x10,       always,        always},            // deletevdisk
+    Rule{kind::kVdisk,      0, 0x20,       vdRedundant,   vdRedundantReady},  // checkconsistency
+    Rule{kind::kVdisk,      0, 0x40,       always,        vdReady},           // initialize
+    Rule{kind::kVdisk,      0, 0x80,       vdRedundant,   vdUsable},          // assigndedicatedhotspare
+    Rule{kind::kVdisk,      0, 0x100,      always,        vdUsable},          // blink
+    Rule{kind::kVdisk,      0, 0x200,      always,        vdUsable},          // unblink
+    Rule{kind::kVdisk,      0, 0x400,      always,        always},            // rename
+    Rule{kind::kVdisk,      0, 0x800,      vdRedundant,   vdCcActive},        // cancelcheckconsistency
+    Rule{kind::kVdisk,      0, 0x1000,     always,        vdInitRunning},     // cancelinitialize
+    Rule{kind::kVdisk,      0, 0x8000,     vdRedundant,   vdRebuilding},      // cancelrebuild
+    Rule{kind::kVdisk,      0, 0x10000,    vdRedundant,   vdCcRunning},       // pausecheckconsistency
+    Rule{kind::kVdisk,      0, 0x20000,    vdRedundant,   vdCcPaused},        // resumecheckconsistency
+    Rule{kind::kVdisk,      0, 0x40000,    always,        vdReconfiguring},   // cancelreconfigure
+    Rule{kind::kVdisk,      0, 0x80000,    always,        vdUsable},          // changepolicy
+    Rule{kind::kVdisk,      0, 0x100000,   always,        vdBgiRunning},      // cancelbginitialize
+    Rule{kind::kVdisk,      0, 0x400000,   always,        vdReady},           // slowinit
+    Rule{kind::kVdisk,      0, 0x800000,   always,        vdReady},           // fastinit
+    Rule{kind::kVdisk,      0, 0x1000000,  vdRedundant,   vdReady},           // replacememberdisk
+    Rule{kind::kVdisk,      0, 0x8000000,  vdSecurity,    vdSecurable},       // SecureVD
+    Rule{kind::kVdisk,      0, 0x10000000, always,        vdReady},           // resize
+    Rule{kind::kVdisk,      0, 0x20000000, always,        vdCacheOff},        // enabletarncache
+    Rule{kind::kVdisk,      0, 0x40000000, always,        vdCacheOn},         // disabletarncache
+    Rule{kind::kVdisk,      0, 0x80000000, always,        vdCacheFailed},     // reactivate
+    Rule{kind::kPartition,  0, 0x20000000, always,        vdCacheOff},        // enabletarncache
+    Rule{kind::kPartition,  0, 0x40000000, always,        vdCacheOn},         // disabletarncache
+    Rule{kind::kPartition,  0, 0x80000000, always,        vdCacheFailed},     // reactivate
+    Rule{kind::kCachedLun,  0, 0x1,        always,        always},            // disablewithdiscard
+};
+// clang-format on
+
+struct MaskTags {
+    std::string_view master;
+    std::string_view current;
+};
+constexpr std::array<MaskTags, 2> kMaskTags{
+    {{"MasterMethodMask", "CurrentMethodMask"}, {"MasterMethodMask1", "CurrentMethodMask1"}}};
+
+}  // namespace
+
+Props effectiveProps(const Estate& estate, const Object& obj) {
+    const Object* ctrl = obj.ctrl >= 0
+                             ? estate.find(kind::kController, obj.ctrl, std::to_string(obj.ctrl))
+                             : nullptr;
+    Ctx ctx{estate, obj, ctrl};
+    std::array<uint32_t, 2> master{}, current{};
+    bool any[2] = {false, false};
+    for (const Rule& r : kRules) {
+        if (r.kind != obj.kind) continue;
+        auto p = static_cast<size_t>(r.pair);
+        any[p] = true;
+        if (!r.supported(ctx)) continue;
+        master[p] |= r.bit;
+        if (r.possible(ctx)) current[p] |= r.bit;
+    }
+    Props out;
+    out.reserve(obj.props.size() + 4 + obj.overrides.size());
+    for (const auto& kv : obj.props)
+        if (!kv.first.starts_with('_')) out.push_back(kv);
+    for (size_t p = 0; p < 2; ++p) {
+        if (!any[p]) continue;
+        out.emplace_back(kMaskTags[p].master, toMask(master[p]));
+        out.emplace_back(kMaskTags[p].current, toMask(current[p]));
+    }
+    for (const auto& [tag, value] : obj.overrides) {
+        bool replaced = false;
+        for (auto& kv : out)
+            if (kv.first == tag) {
+                kv.second = value;
+                replaced = true;
+            }
+        if (!replaced) out.emplace_back(tag, value);
+    }
+    return out;
+}
+
+}  // namespace kvda

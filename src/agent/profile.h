@@ -1,0 +1,36 @@
+// Profiles: JSON descriptions of an estate, checked completely before any
+// object is built, and object addresses as the control tool types them.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "model.h"
+
+namespace kvda {
+
+// Where an object is: its kind, owning controller and user address.
+struct Address {
+    std::string kind;
+    int64_t ctrl = -1;
+    std::string addr;
+};
+
+// Parses "controller=0 pdisk=0:1:4" style words (one word per element or all
+// in one string separated by spaces). Throws Error naming the bad word.
+Address parseAddress(const std::vector<std::string>& words);
+Address parseAddress(const std::string& text);
+// True for the words that name objects (controller, pdisk, enclosure, ...).
+bool isAddressWord(std::string_view word);
+
+// Builds an estate from profile text; `origin` names the file in messages.
+// Throws Error with the JSON path of the first offending item.
+Estate buildEstate(const std::string& text, const std::string& origin);
+
+// The directory holding the shipped profiles.
+std::filesystem::path profilesDir();
+// A profile name ("default") or a file path to the file to read.
+std::filesystem::path resolveProfile(const std::string& nameOrPath);
+
+}  // namespace kvda

@@ -1,0 +1,638 @@
+// The request vocabulary: one handler per request name, found in a table.
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <map>
+#include <set>
+
+#include "agent.h"
+#include "answer.h"
+
+namespace kvda {
+
+namespace {
+
+struct RequestError {
+    int status;
+    std::string message;
+};
+
+struct Ctx {
+    const Request& req;
+    const Estate& estate;
+    Answer& answer;
+
+    void emit(const Object& o) { answer.object(effectiveProps(estate, o)); }
+    void emitAll(const std::vector<const Object*>& list) {
+        for (const Object* o : list) emit(*o);
+    }
+
+    const std::string& need(std::string_view key) const {
+        const std::string* v = req.get(key);
+        if (!v || v->empty())
+            throw RequestError{status::kMissingIdentifier,
+                               req.name + " needs " + std::string(key) + "="};
+        return *v;
+    }
+    static bool digits(std::string_view s) {
+        return !s.empty() && s.size() < 10 &&
+               std::all_of(s.begin(), s.end(), [](char c) { return c >= '0' && c <= '9'; });
+    }
+    int64_t number(std::string_view key) const {
+        const std::string& v = need(key);
+        if (!digits(v))
+            throw RequestError{status::kBadIdentifier,
+                               "bad " + std::string(key) + " '" + v + "': expected a number"};
+        return std::stoll(v);
+    }
+    // The controller named by GlobalNo, which must exist.
+    int64_t ctrl() const {
+        int64_t g = number("GlobalNo");
+        if (!estate.find(kind::kController, g, std::to_string(g)))
+            throw RequestError{status::kNoSuchObject, "no controller " + std::to_string(g)};
+        return g;
+    }
+    const Object& one(std::string_view k, int64_t g, const std::string& addr,
+                      std::string_view what) const {
+        const Object* o = estate.find(k, g, addr);
+        if (!o)
+            throw RequestError{status::kNoSuchObject, "no " + std::string(what) + " " + addr +
+                                                          " on controller " + std::to_string(g)};
+        return *o;
+    }
+    const Object& controller() const {
+        int64_t g = ctrl();
+        return *estate.find(kind::kController, g, std::to_string(g));
+    }
+    const Object& vdisk(int64_t g) const {
+        return one(kind::kVdisk, g, std::to_string(number("LogicalDriveNum")), "virtual disk");
+    }
+    const Object& enclosure(int64_t g) const {
+        return one(kind::kEnclosure, g, need("Enclosure"), "enclosure");
+    }
+    const Object& connector(int64_t g) const {
+        return one(kind::kConnector, g, std::to_string(number("Channel")), "connector");
+    }
+};
+
+using Handler = void (*)(Ctx&);
+
+std::vector<int64_t> oidList(const std::string& list) {
+    std::vector<int64_t> out;
+    size_t pos = 0;
+    while (pos <= list.size() && !list.empty()) {
+        size_t end = list.find_first_of(",:", pos);
+        if (end == std::string::npos) end = list.size();
+        int64_t v = 0;
+        auto r = std::from_chars(list.data() + pos, list.data() + end, v);
+        if (r.ec != std::errc() || r.ptr != list.data() + end) return {};
+        out.push_back(v);
+        pos = end + 1;
+    }
+    return out;
+}
+
+std::vector<const Object*> members(const Estate& e, const Object& vd, bool withSpares) {
+    std::vector<const Object*> out;
+    for (int64_t oid : oidList(vd.get("_members")))
+        if (const Object* d = e.byOid(oid)) out.push_back(d);
+    if (withSpares)
+        for (const Object* d : e.of(kind::kDisk, vd.ctrl))
+            if (d->get("_dhs") == std::to_string(vd.oid)) out.push_back(d);
+    return out;
+}
+
+std::vector<const Object*> filter(std::vector<const Object*> in, auto pred) {
+    std::erase_if(in, [&](const Object* o) { return !pred(*o); });
+    return in;
+}
+
+// ---- controllers ----
+void getControllerList(Ctx& c) {
+    c.emitAll(c.estate.all(kind::kController));
+}
+void getController(Ctx& c) {
+    c.emit(c.controller());
+}
+void getSupportedRaidLevels(Ctx& c) {
+    const Object& ctl = c.controller();
+    uint32_t mask = fromMask(ctl.get("RAIDLevelsMask"));
+    for (uint32_t bit = 1; bit; bit <<= 1)
+        if (mask & bit)
+            c.answer.object({{"GlobalNo", ctl.get("GlobalNo")},
+                             {"Layout", std::to_string(bit)},
+                             {"RAIDLevelsMask", ctl.get("RAIDLevelsMask")}});
+}
+void controllerArrayInfo(Ctx& c, int64_t g) {
+    c.emit(*c.estate.find(kind::kController, g, std::to_string(g)));
+    for (auto k : {kind::kBattery, kind::kConnector, kind::kEnclosure, kind::kDisk, kind::kVdisk})
+        c.emitAll(c.estate.of(k, g));
+}
+void getSingleControllerArrayInfo(Ctx& c) {
+    controllerArrayInfo(c, c.ctrl());
+}
+void getControllerListArrayInfo(Ctx& c) {
+    for (const Object* ctl : c.estate.all(kind::kController)) controllerArrayInfo(c, ctl->ctrl);
+}
+void getStoreDump(Ctx& c) {
+    for (const Object& o : c.estate.objects) c.emit(o);
+}
+
+// ---- connectors ----
+void getChannelsForController(Ctx& c) {
+    c.emitAll(c.estate.of(kind::kConnector, c.ctrl()));
+}
+void getChannel(Ctx& c) {
+    c.emit(c.connector(c.ctrl()));
+}
+
+// ---- physical disks ----
+void getArrayDisk(Ctx& c) {
+    int64_t g = c.ctrl();
+    const std::string& list = c.need("adisk");
+    size_t pos = 0;
+    std::vector<const Object*> found;
+    while (pos <= list.size()) {
+        size_t end = list.find(',', pos);
+        if (end == std::string::npos) end = list.size();
+        found.push_back(&c.one(kind::kDisk, g, list.substr(pos, end - pos), "physical disk"));
+        pos = end + 1;
+    }
+    c.emitAll(found);
+}
+void getArrayDisksForController(Ctx& c) {
+    c.emitAll(c.estate.of(kind::kDisk, c.ctrl()));
+}
+void getArrayDisksForChannel(Ctx& c) {
+    int64_t g = c.ctrl();
+    std::string ch = std::to_string(c.connector(g).num("Channel"));
+    c.emitAll(filter(c.estate.of(kind::kDisk, g),
+                     [&](const Object& d) { return d.get("Channel") == ch; }));
+}
+void getArrayDisksForEnclosure(Ctx& c) {
+    int64_t g = c.ctrl();
+    c.emitAll(c.estate.children(kind::kDisk, c.enclosure(g).oid));
+}
+void getArrayDisksForVirtualDisk(Ctx& c) {
+    int64_t g = c.ctrl();
+    c.emitAll(members(c.estate, c.vdisk(g), true));
+}
+void getForeignLockedArrayDisks(Ctx& c) {
+    c.emitAll(filter(c.estate.of(kind::kDisk, c.ctrl()), [](const Object& d) {
+        return d.num("ObjState") == state::kForeign || d.num("Locked") == 1;
+    }));
+}
+// Ready, unassigned disks of the same media and protocol as the members and
+// at least as large as the smallest member.
+std::vector<const Object*> candidates(Ctx& c) {
+    int64_t g = c.ctrl();
+    const Object& vd = c.vdisk(g);
+    auto mem = members(c.estate, vd, false);
+    long long smallest = 0;
+    for (const Object* m : mem)
+        if (!smallest || m->num("Length") < smallest) smallest = m->num("Length");
+    std::string media = mem.empty() ? "" : mem.front()->get("MediaType");
+    std::string proto = mem.empty() ? "" : mem.front()->get("BusProtocol");
+    return filter(c.estate.of(kind::kDisk, g), [&](const Object& d) {
+        return d.num("ObjState") == state::kReady &&
+               !(fromMask(d.get("AttributesMask")) &
+                 (diskattr::kGlobalHotSpare | diskattr::kDedicatedHotSpare |
+                  diskattr::kVdMember)) &&
+               d.num("Length") >= smallest && d.get("MediaType") == media &&
+               d.get("BusProtocol") == proto;
+    });
+}
+void getCapsForDHS(Ctx& c) {
+    c.emitAll(candidates(c));
+}
+void getCapsForMemberReplace(Ctx& c) {
+    c.emitAll(candidates(c));
+}
+
+// ---- virtual disks ----
+void getVirtualDisk(Ctx& c) {
+    int64_t g = c.ctrl();
+    if (c.req.get("LogicalDriveNum"))
+        c.emit(c.vdisk(g));
+    else
+        c.emitAll(c.estate.of(kind::kVdisk, g));
+}
+void getVirtualDisksForController(Ctx& c) {
+    c.emitAll(c.estate.of(kind::kVdisk, c.ctrl()));
+}
+void getAllVirtualDisks(Ctx& c) {
+    c.emitAll(c.estate.all(kind::kVdisk));
+}
+void getSpanInfoForVirtualDisk(Ctx& c) {
+    int64_t g = c.ctrl();
+    c.emitAll(c.estate.children(kind::kSpan, c.vdisk(g).oid));
+}
+void getPartitionsForVirtualDisk(Ctx& c) {
+    int64_t g = c.ctrl();
+    c.emitAll(c.estate.children(kind::kPartition, c.vdisk(g).oid));
+}
+void getAllCachedLuns(Ctx& c) {
+    c.emitAll(c.estate.all(kind::kCachedLun));
+}
+
+// ---- batteries ----
+void getBatteryList(Ctx& c) {
+    c.emitAll(c.estate.all(kind::kBattery));
+}
+void getBatteriesForController(Ctx& c) {
+    c.emitAll(c.estate.of(kind::kBattery, c.ctrl()));
+}
+void getBattery(Ctx& c) {
+    int64_t g = c.ctrl();
+    c.emit(c.one(kind::kBattery, g, std::to_string(c.number("BatteryID")), "battery"));
+}
+
+// ---- enclosures ----
+void getEnclosure(Ctx& c) {
+    int64_t g = c.ctrl();
+    c.emit(c.enclosure(g));
+}
+void getEnclosureList(Ctx& c) {
+    for (const Object* e : c.estate.all(kind::kEnclosure)) {
+        c.emit(*e);
+        if (c.req.get("includeComponents"))
+            for (auto k : {kind::kFan, kind::kPowerSupply, kind::kEmm, kind::kProbe})
+                c.emitAll(c.estate.children(k, e->oid));
+    }
+}
+void getEnclosuresForController(Ctx& c) {
+    c.emitAll(c.estate.of(kind::kEnclosure, c.ctrl()));
+}
+void getEnclosuresForChannel(Ctx& c) {
+    int64_t g = c.ctrl();
+    c.emitAll(c.estate.children(kind::kEnclosure, c.connector(g).oid));
+}
+void getSingleEnclosureForController(Ctx& c) {
+    int64_t g = c.ctrl();
+    const Object& e = c.enclosure(g);
+    c.emit(e);
+    for (auto k : {kind::kFan, kind::kPowerSupply, kind::kEmm, kind::kProbe})
+        c.emitAll(c.estate.children(k, e.oid));
+}
+void components(Ctx& c, std::string_view k) {
+    int64_t g = c.ctrl();
+    auto list = c.estate.children(k, c.enclosure(g).oid);
+    if (const std::string* idx = c.req.get("Index")) {
+        list = filter(list, [&](const Object& o) { return o.get("Index") == *idx; });
+        if (list.empty())
+            throw RequestError{status::kNoSuchObject, "no " + std::string(k) + " " + *idx +
+                                                          " in enclosure " + c.need("Enclosure")};
+    }
+    c.emitAll(list);
+}
+void getTemperatureProbes(Ctx& c) {
+    components(c, kind::kProbe);
+}
+void getFans(Ctx& c) {
+    components(c, kind::kFan);
+}
+void getPowerSupplies(Ctx& c) {
+    components(c, kind::kPowerSupply);
+}
+void getEmms(Ctx& c) {
+    components(c, kind::kEmm);
+}
+void getSlotReportForEnclosure(Ctx& c) {
+    int64_t g = c.ctrl();
+    const Object& e = c.enclosure(g);
+    auto disks = c.estate.children(kind::kDisk, e.oid);
+    for (long long s = 0; s < e.num("SlotCount"); ++s) {
+        const Object* held = nullptr;
+        for (const Object* d : disks)
+            if (d->num("TargetID") == s) held = d;
+        c.answer.object({{"GlobalNo", std::to_string(g)},
+                         {"Channel", e.get("Channel")},
+                         {"EnclosureID", e.get("EnclosureID")},
+                         {"SlotID", std::to_string(s)},
+                         {"Occupied", held ? "1" : "0"},
+                         {"DiskObjID", held ? held->get("ObjID") : ""},
+                         {"DiskName", held ? held->get("Name") : ""}});
+    }
+}
+
+// ---- tapes, NVMe, PCIe ----
+void getTape(Ctx& c) {
+    int64_t g = c.ctrl();
+    c.emit(c.one(kind::kTape, g, c.need("adisk"), "tape drive"));
+}
+void getTapeDrivesForController(Ctx& c) {
+    c.emitAll(c.estate.of(kind::kTape, c.ctrl()));
+}
+void getTapeDrivesForChannel(Ctx& c) {
+    int64_t g = c.ctrl();
+    c.emitAll(c.estate.children(kind::kTape, c.connector(g).oid));
+}
+void getNVMeAdapter(Ctx& c) {
+    int64_t g = c.ctrl();
+    c.emit(c.one(kind::kNvme, g, std::to_string(c.number("Channel")), "NVMe adapter"));
+}
+void getNVMeAdaptersForController(Ctx& c) {
+    c.emitAll(c.estate.of(kind::kNvme, c.ctrl()));
+}
+void getPCIeSubsystem(Ctx& c) {
+    c.emitAll(filter(c.estate.all(kind::kController),
+                     [](const Object& o) { return o.num("BusProtocol") == bus::kPcie; }));
+}
+void getAllPCIeSSDs(Ctx& c) {
+    auto pcie = [](const Object& o) { return o.num("BusProtocol") == bus::kPcie; };
+    if (c.req.get("GlobalNo"))
+        c.emitAll(filter(c.estate.of(kind::kDisk, c.ctrl()), pcie));
+    else
+        c.emitAll(filter(c.estate.all(kind::kDisk), pcie));
+}
+void threshold(Ctx& c, const char* tag) {
+    const Object* gi = c.estate.find(kind::kGlobal, -1, "globalinfo");
+    c.answer.object({{"ObjID", gi->get("ObjID")}, {tag, gi->get(tag)}});
+}
+void getPCIeThreshold(Ctx& c) {
+    threshold(c, "RRWEThresholdPCIe");
+}
+void getSasSataThreshold(Ctx& c) {
+    threshold(c, "RRWEThresholdSasSata");
+}
+void getGlobalInfo(Ctx& c) {
+    c.emitAll(c.estate.all(kind::kGlobal));
+}
+void getCachePool(Ctx& c) {
+    c.emitAll(c.estate.all(kind::kCachePool));
+}
+void getAlertLog(Ctx& c) {
+    c.emitAll(c.estate.all(kind::kAlert));
+}
+
+// ---- pass-through ----
+struct LayoutRule {
+    uint32_t layout;
+    long long minDisks;
+    bool spanned;
+};
+// clang-format off
+constexpr std::array kLayoutRules{
+    LayoutRule{1,      1, false},  // concatenation
+    LayoutRule{2,      1, false},  // RAID 0
+    LayoutRule{4,      2, false},  // RAID 1
+    LayoutRule{64,     3, false},  // RAID 5
+    LayoutRule{128,    4, false},  // RAID 6
+    LayoutRule{512,    4, true},   // RAID 10
+    LayoutRule{2048,   6, true},   // RAID 50
+    LayoutRule{4096,   2, false},  // RAID 1 concatenated
+    LayoutRule{262144, 8, true},   // RAID 60
+    LayoutRule{524288, 3, false},  // RAID 1E
+};
+// clang-format on
+constexpr long long kMinimumLength = 100LL * 1024 * 1024;
+
+long long usable(uint32_t layout, long long n, long long spans) {
+    switch (layout) {
+        case 4:
+        case 512:
+        case 4096:
+        case 524288:
+            return n / 2;
+        case 64:
+            return n - 1;
+        case 128:
+            return n - 2;
+        case 2048:
+            return n - spans;
+        case 262144:
+            return n - 2 * spans;
+        default:
+            return n;
+    }
+}
+
+void passThruCaps(Ctx& c, const std::vector<std::string>& args) {
+    std::map<std::string, std::string> named;
+    for (size_t i = 3; i + 1 < args.size(); i += 2) named[args[i]] = args[i + 1];
+    for (auto key : {"ObjID", "IDList", "MinDrives"})
+        if (!named.count(key))
+            throw RequestError{status::kBadRequest, std::string("getcaps make vdisk needs ") + key};
+    const Object* ctl = nullptr;
+    for (const Object* o : c.estate.all(kind::kController))
+        if (o->get("ObjID") == named["ObjID"]) ctl = o;
+    if (!ctl)
+        throw RequestError{status::kNoSuchObject, "no controller with ObjID " + named["ObjID"]};
+    auto ids = oidList(named["IDList"]);
+    if (ids.empty())
+        throw RequestError{status::kBadIdentifier, "bad IDList '" + named["IDList"] + "'"};
+    long long smallest = 0;
+    for (int64_t id : ids) {
+        const Object* d = c.estate.byOid(id);
+        if (!d || d->kind != kind::kDisk || d->ctrl != ctl->ctrl)
+            throw RequestError{status::kNoSuchObject, "no disk with ObjID " + std::to_string(id) +
+                                                          " on controller " + ctl->get("GlobalNo")};
+        if (!smallest || d->num("Length") < smallest) smallest = d->num("Length");
+    }
+    const long long n = static_cast<long long>(ids.size());
+    long long spanLength = 0;
+    if (named.count("SpanLength")) spanLength = std::atoll(named["SpanLength"].c_str());
+    const uint32_t offered = fromMask(ctl->get("RAIDLevelsMask"));
+    for (const LayoutRule& r : kLayoutRules) {
+        if (!(offered & r.layout) || n < r.minDisks) continue;
+        std::string lengths;
+        long long depth = 1;
+        if (r.spanned) {
+            // Span lengths that split the disks into at least two equal spans.
+            const long long minSpan = r.layout == 512 ? 2 : r.layout == 2048 ? 3 : 4;
+            for (long long sl = minSpan; sl <= n / 2; ++sl)
+                if (n % sl == 0 && (r.layout != 512 || sl % 2 == 0))
+                    lengths += (lengths.empty() ? "" : ",") + std::to_string(sl);
+            if (lengths.empty()) continue;
+            long long sl = spanLength;
+            if (sl <= 0 || n % sl) sl = std::atoll(lengths.c_str());
+            depth = n / sl;
+        } else if (r.layout == 524288 && n % 2 == 0) {
+            continue;
+        }
+        c.answer.object({{"Layout", std::to_string(r.layout)},
+                         {"MinimumLength", std::to_string(kMinimumLength)},
+                         {"Length", std::to_string(smallest * usable(r.layout, n, depth))},
+                         {"SpanDepth", std::to_string(depth)},
+                         {"SpanLengthList", lengths.empty() ? std::to_string(n) : lengths}});
+    }
+}
+
+void sendPassThru(Ctx& c) {
+    int64_t count = c.number("NumQXSIFArgs");
+    std::vector<std::string> args;
+    for (int64_t i = 0; i < count; ++i) {
+        const std::string* v = c.req.get("param" + std::to_string(i));
+        if (!v)
+            throw RequestError{status::kMissingIdentifier,
+                               "NumQXSIFArgs is " + std::to_string(count) + " but param" +
+                                   std::to_string(i) + " is missing"};
+        args.push_back(*v);
+    }
+    auto is = [&](std::initializer_list<std::string_view> words) {
+        if (args.size() < words.size()) return false;
+        size_t i = 0;
+        for (auto w : words)
+            if (args[i++] != w) return false;
+        return true;
+    };
+    if (is({"report", "storage"})) {
+        c.emitAll(c.estate.all(kind::kStorage));
+    } else if (is({"getassoc", "adisks"}) && args.size() == 3) {
+        auto ids = oidList(args[2]);
+        const Object* vd = ids.size() == 1 ? c.estate.byOid(ids[0]) : nullptr;
+        if (!vd || vd->kind != kind::kVdisk)
+            throw RequestError{status::kNoSuchObject, "no virtual disk with ObjID " + args[2]};
+        c.emitAll(members(c.estate, *vd, true));
+    } else if (is({"getcaps", "make", "vdisk"})) {
+        passThruCaps(c, args);
+    } else if (is({"debug"})) {
+        // accepted; there is nothing to debug in a simulated controller
+    } else {
+        std::string line;
+        for (const auto& a : args) line += (line.empty() ? "" : " ") + a;
+        throw RequestError{status::kUnknownRequest, "unknown pass-through command '" + line + "'"};
+    }
+}
+
+struct Route {
+    std::string_view name;
+    Handler handler;
+};
+
+// clang-format off
+constexpr std::array kRoutes{
+    Route{"getControllerList",                   getControllerList},
+    Route{"getController",                       getController},
+    Route{"getSupportedRaidLevelsForController", getSupportedRaidLevels},
+    Route{"getSingleControllerArrayInfo",        getSingleControllerArrayInfo},
+    Route{"getControllerListArrayInfo",          getControllerListArrayInfo},
+    Route{"getStoreDump",                        getStoreDump},
+    Route{"getChannelsForController",            getChannelsForController},
+    Route{"getChannel",                          getChannel},
+    Route{"getArrayDisk",                        getArrayDisk},
+    Route{"getArrayDisksForController",          getArrayDisksForController},
+    Route{"getArrayDisksForChannel",             getArrayDisksForChannel},
+    Route{"getArrayDisksForEnclosure",           getArrayDisksForEnclosure},
+    Route{"getArrayDisksForVirtualDisk",         getArrayDisksForVirtualDisk},
+    Route{"getSpanInfoForVirtualDisk",           getSpanInfoForVirtualDisk},
+    Route{"getForeignLockedArrayDisks",          getForeignLockedArrayDisks},
+    Route{"getCapsForDHS",                       getCapsForDHS},
+    Route{"getCapsForMemberReplaceCLI",          getCapsForMemberReplace},
+    Route{"getVirtualDisk",                      getVirtualDisk},
+    Route{"getVirtualDisksForController",        getVirtualDisksForController},
+    Route{"getAllVirtualDisks",                  getAllVirtualDisks},
+    Route{"getPartitionsForVirtualDisk",         getPartitionsForVirtualDisk},
+    Route{"getAllCachedLuns",                    getAllCachedLuns},
+    Route{"getBatteryList",                      getBatteryList},
+    Route{"getBatteriesForController",           getBatteriesForController},
+    Route{"getBattery",                          getBattery},
+    Route{"getEnclosure",                        getEnclosure},
+    Route{"getEnclosureList",                    getEnclosureList},
+    Route{"getEnclosuresForController",          getEnclosuresForController},
+    Route{"getEnclosuresForChannel",             getEnclosuresForChannel},
+    Route{"getSingleEnclosureForController",     getSingleEnclosureForController},
+    Route{"getEnclosureTemperatureProbes",       getTemperatureProbes},
+    Route{"getEnclosureFans",                    getFans},
+    Route{"getEnclosurePowerSupplies",           getPowerSupplies},
+    Route{"getEnclosureEMMs",                    getEmms},
+    Route{"getSlotReportForEnclosure",           getSlotReportForEnclosure},
+    Route{"getTape",                             getTape},
+    Route{"getTapeDrivesForController",          getTapeDrivesForController},
+    Route{"getTapeDrivesForChannel",             getTapeDrivesForChannel},
+    Route{"getNVMeAdapter",                      getNVMeAdapter},
+    Route{"getNVMeAdaptersForController",        getNVMeAdaptersForController},
+    Route{"getPCIeSubsystem",                    getPCIeSubsystem},
+    Route{"getAllPCIeSSDs",                      getAllPCIeSSDs},
+    Route{"getPCIeRRWEThreshold",                getPCIeThreshold},
+    Route{"getSASSATARRWEThreshold",             getSasSataThreshold},
+    Route{"getGlobalInfo",                       getGlobalInfo},
+    Route{"getTarnCachePoolProperties",          getCachePool},
+    Route{"getAlertLog",                         getAlertLog},
+    Route{"sendPassThruCmdToQXSIF",              sendPassThru},
+};
+// clang-format on
+
+const Route* route(std::string_view name) {
+    for (const Route& r : kRoutes)
+        if (r.name == name) return &r;
+    return nullptr;
+}
+
+}  // namespace
+
+bool knownRequest(std::string_view name) {
+    return route(name) != nullptr;
+}
+
+const std::string* Request::get(std::string_view key) const {
+    for (const auto& [k, v] : params)
+        if (k == key) return &v;
+    return nullptr;
+}
+
+Request parseRequest(const std::vector<std::string>& pairs) {
+    Request r;
+    for (size_t i = 0; i < pairs.size(); ++i) {
+        auto eq = pairs[i].find('=');
+        std::string k = eq == std::string::npos ? pairs[i] : pairs[i].substr(0, eq);
+        std::string v = eq == std::string::npos ? "" : pairs[i].substr(eq + 1);
+        if (i == 0) {
+            if (k != "vkacmd") return r;  // empty name: reported as a bad request
+            r.name = v;
+        } else {
+            r.params.emplace_back(std::move(k), std::move(v));
+        }
+    }
+    return r;
+}
+
+std::string journalLine(const std::vector<std::string>& pairs) {
+    std::string line;
+    for (const std::string& p : pairs) {
+        if (!line.empty()) line += ' ';
+        auto eq = p.find('=');
+        std::string name = p.substr(0, eq);
+        std::string lower = name;
+        std::transform(lower.begin(), lower.end(), lower.begin(),
+                       [](unsigned char ch) { return static_cast<char>(std::tolower(ch)); });
+        if (eq != std::string::npos && lower.find("passphrase") != std::string::npos)
+            line += name + "=***";
+        else
+            line += p;
+    }
+    return line;
+}
+
+Agent::Agent(const std::filesystem::path& statePath) : store_(statePath) {}
+
+const Estate& Agent::estate() {
+    int64_t g = store_.generation();
+    if (g != generation_) {
+        estate_ = store_.load();
+        generation_ = g;
+    }
+    return estate_;
+}
+
+std::string Agent::send(const std::vector<std::string>& pairs) {
+    std::lock_guard lock(mutex_);
+    Answer answer;
+    try {
+        store_.journal(journalLine(pairs));
+        Request req = parseRequest(pairs);
+        if (req.name.empty())
+            return answer.finish(status::kBadRequest, "the first entry must be vkacmd=<request>");
+        const Route* r = route(req.name);
+        if (!r) return answer.finish(status::kUnknownRequest, "unknown request '" + req.name + "'");
+        Ctx ctx{req, estate(), answer};
+        r->handler(ctx);
+        return answer.finish(status::kOk, "");
+    } catch (const RequestError& e) {
+        return answer.finish(e.status, e.message);
+    } catch (const std::exception& e) {
+        return answer.finish(status::kStateError, e.what());
+    }
+}
+
+}  // namespace kvda

@@ -1,0 +1,221 @@
+#include "store.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "profile.h"
+
+namespace kvda {
+
+namespace fs = std::filesystem;
+
+fs::path defaultStatePath() {
+    if (const char* s = std::getenv("KVDA_STATE"); s && *s) return fs::path(s);
+    if (geteuid() == 0) return fs::path("/var/lib/vk/kvda.db");
+    fs::path base;
+    if (const char* x = std::getenv("XDG_STATE_HOME"); x && *x)
+        base = x;
+    else if (const char* h = std::getenv("HOME"); h && *h)
+        base = fs::path(h) / ".local" / "state";
+    else
+        base = "/tmp";
+    return base / "vk" / "kvda.db";
+}
+
+namespace {
+
+fs::path ensureDir(const fs::path& path) {
+    std::error_code ec;
+    if (path.has_parent_path()) fs::create_directories(path.parent_path(), ec);
+    return path;
+}
+
+std::string propsJson(const Props& props) {
+    nlohmann::json j = nlohmann::json::array();
+    for (const auto& [k, v] : props) j.push_back({k, v});
+    return j.dump();
+}
+
+Props jsonProps(const std::string& text) {
+    Props out;
+    auto j = nlohmann::json::parse(text);
+    out.reserve(j.size());
+    for (const auto& kv : j) out.emplace_back(kv[0].get<std::string>(), kv[1].get<std::string>());
+    return out;
+}
+
+std::string readFile(const fs::path& p) {
+    std::ifstream in(p);
+    if (!in) throw Error("cannot read profile " + p.string());
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+}  // namespace
+
+Store::Store(const fs::path& path) : db_(ensureDir(path).string()) {
+    Transaction t(db_, true);
+    Stmt has(db_, "SELECT count(*) FROM sqlite_master WHERE type='table' AND name='meta'");
+    has.step();
+    if (has.integer(0) == 0) {
+        createSchema();
+        fs::path def = resolveProfile("default");
+        writeObjects(buildEstate(readFile(def), def.string()));
+        Stmt p(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES('profile', 'default')");
+        p.run();
+        t.commit();
+        return;
+    }
+    Stmt v(db_, "SELECT value FROM meta WHERE key='schema_version'");
+    std::string version = v.step() ? v.text(0) : "none";
+    if (version != std::to_string(kSchemaVersion))
+        throw Error("state file " + path.string() + " has schema version " + version +
+                    "; this kvda reads version " + std::to_string(kSchemaVersion) +
+                    " (recreate it with: kvda init --force)");
+    t.commit();
+}
+
+void Store::createSchema() {
+    db_.exec(
+        "CREATE TABLE meta(key TEXT PRIMARY KEY, value TEXT NOT NULL);"
+        "CREATE TABLE objects(oid INTEGER PRIMARY KEY, kind TEXT NOT NULL, ctrl INTEGER NOT NULL,"
+        " parent INTEGER NOT NULL, addr TEXT NOT NULL, props TEXT NOT NULL,"
+        " UNIQUE(kind, ctrl, addr));"
+        "CREATE TABLE overrides(oid INTEGER NOT NULL REFERENCES objects(oid) ON DELETE CASCADE,"
+        " tag TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY(oid, tag));"
+        "CREATE TABLE journal(seq INTEGER PRIMARY KEY AUTOINCREMENT, at TEXT NOT NULL,"
+        " line TEXT NOT NULL);");
+    Stmt ins(db_, "INSERT INTO meta(key, value) VALUES(?1, ?2)");
+    ins.bind(1, "schema_version").bind(2, std::to_string(kSchemaVersion)).run();
+    ins.bind(1, "generation").bind(2, "1").run();
+    // Simulated time in seconds; configuration requests that take time
+    // advance it.
+    ins.bind(1, "sim_time").bind(2, "0").run();
+}
+
+void Store::writeObjects(const Estate& estate) {
+    db_.exec("DELETE FROM overrides; DELETE FROM objects;");
+    Stmt ins(db_,
+             "INSERT INTO objects(oid, kind, ctrl, parent, addr, props) VALUES(?1,?2,?3,?4,?5,?6)");
+    Stmt ov(db_, "INSERT INTO overrides(oid, tag, value) VALUES(?1, ?2, ?3)");
+    for (const Object& o : estate.objects) {
+        ins.bind(1, o.oid).bind(2, o.kind).bind(3, o.ctrl).bind(4, o.parent).bind(5, o.addr);
+        ins.bind(6, propsJson(o.props)).run();
+        for (const auto& [k, v] : o.overrides) ov.bind(1, o.oid).bind(2, k).bind(3, v).run();
+    }
+    bump();
+}
+
+void Store::bump() {
+    Stmt s(db_, "UPDATE meta SET value = CAST(value AS INTEGER) + 1 WHERE key='generation'");
+    s.run();
+}
+
+void Store::replace(const Estate& estate, const std::string& profile) {
+    Transaction t(db_, true);
+    writeObjects(estate);
+    Stmt p(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES('profile', ?1)");
+    p.bind(1, profile).run();
+    t.commit();
+}
+
+int64_t Store::generation() {
+    Stmt s(db_, "SELECT CAST(value AS INTEGER) FROM meta WHERE key='generation'");
+    return s.step() ? s.integer(0) : 0;
+}
+
+std::string Store::meta(const std::string& key) {
+    Stmt s(db_, "SELECT value FROM meta WHERE key=?1");
+    s.bind(1, key);
+    return s.step() ? s.text(0) : std::string();
+}
+
+Estate Store::load() {
+    Estate e;
+    Transaction t(db_, false);
+    Stmt s(db_, "SELECT oid, kind, ctrl, parent, addr, props FROM objects ORDER BY oid");
+    while (s.step()) {
+        Object o;
+        o.oid = s.integer(0);
+        o.kind = s.text(1);
+        o.ctrl = s.integer(2);
+        o.parent = s.integer(3);
+        o.addr = s.text(4);
+        o.props = jsonProps(s.text(5));
+        e.objects.push_back(std::move(o));
+    }
+    e.index();
+    Stmt ov(db_, "SELECT oid, tag, value FROM overrides");
+    while (ov.step()) {
+        if (Object* o = e.edit(ov.integer(0))) o->overrides[ov.text(1)] = ov.text(2);
+    }
+    t.commit();
+    return e;
+}
+
+void Store::setOverride(int64_t oid, const std::string& tag, const std::string& value) {
+    Transaction t(db_, true);
+    Stmt s(db_, "INSERT OR REPLACE INTO overrides(oid, tag, value) VALUES(?1, ?2, ?3)");
+    s.bind(1, oid).bind(2, tag).bind(3, value).run();
+    bump();
+    t.commit();
+}
+
+bool Store::unsetOverride(int64_t oid, const std::string& tag) {
+    Transaction t(db_, true);
+    Stmt s(db_, "DELETE FROM overrides WHERE oid=?1 AND tag=?2");
+    s.bind(1, oid).bind(2, tag).run();
+    bool changed = sqlite3_changes(db_.handle()) > 0;
+    bump();
+    t.commit();
+    return changed;
+}
+
+void Store::applyChanges(const std::vector<Change>& changes) {
+    Transaction t(db_, true);
+    Stmt get(db_, "SELECT props FROM objects WHERE oid=?1");
+    Stmt put(db_, "UPDATE objects SET props=?2 WHERE oid=?1");
+    for (const Change& c : changes) {
+        get.bind(1, c.oid);
+        if (!get.step()) throw Error("object " + std::to_string(c.oid) + " no longer exists");
+        Object o;
+        o.props = jsonProps(get.text(0));
+        get.reset();
+        o.set(c.tag, c.value);
+        put.bind(1, c.oid).bind(2, propsJson(o.props)).run();
+    }
+    bump();
+    t.commit();
+}
+
+void Store::journal(const std::string& line) {
+    using namespace std::chrono;
+    auto now = system_clock::to_time_t(system_clock::now());
+    char stamp[32];
+    std::strftime(stamp, sizeof stamp, "%Y-%m-%dT%H:%M:%S", std::gmtime(&now));
+    Transaction t(db_, true);
+    Stmt s(db_, "INSERT INTO journal(at, line) VALUES(?1, ?2)");
+    s.bind(1, std::string_view(stamp)).bind(2, line).run();
+    t.commit();
+}
+
+std::vector<std::string> Store::journalLines() {
+    std::vector<std::string> out;
+    Stmt s(db_, "SELECT line FROM journal ORDER BY seq");
+    while (s.step()) out.push_back(s.text(0));
+    return out;
+}
+
+void Store::clearJournal() {
+    Transaction t(db_, true);
+    db_.exec("DELETE FROM journal");
+    t.commit();
+}
+
+}  // namespace kvda

@@ -1,0 +1,226 @@
+// kvda: the control tool of the simulated storage estate.
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "agent.h"
+#include "answer.h"
+#include "faults.h"
+#include "profile.h"
+#include "store.h"
+
+namespace fs = std::filesystem;
+using namespace kvda;
+
+namespace {
+
+constexpr const char* kUsage =
+    "usage: kvda init [--profile NAME|FILE] [--force]\n"
+    "       kvda profiles\n"
+    "       kvda show [--format=json]\n"
+    "       kvda send vkacmd=REQUEST [name=value...]\n"
+    "       kvda set OBJECT TAG=VALUE...      (OBJECT as in: controller=0 pdisk=0:1:4)\n"
+    "       kvda unset OBJECT TAG...\n"
+    "       kvda fail OBJECT | kvda replace OBJECT\n"
+    "       kvda journal [--clear]\n"
+    "state file: $KVDA_STATE, else the user's state directory (vk/kvda.db)\n";
+
+struct Usage : Error {
+    using Error::Error;
+};
+
+std::string readFile(const fs::path& p) {
+    std::ifstream in(p);
+    if (!in) throw Error("cannot read profile " + p.string());
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+int cmdInit(const std::vector<std::string>& args) {
+    std::string profile = "default";
+    bool force = false;
+    for (size_t i = 0; i < args.size(); ++i) {
+        if (args[i] == "--force")
+            force = true;
+        else if (args[i] == "--profile" && i + 1 < args.size())
+            profile = args[++i];
+        else if (args[i].starts_with("--profile="))
+            profile = args[i].substr(10);
+        else
+            throw Usage("init: unknown argument '" + args[i] + "'");
+    }
+    fs::path file = resolveProfile(profile);
+    Estate estate = buildEstate(readFile(file), file.string());  // refuse before touching state
+    fs::path state = defaultStatePath();
+    if (fs::exists(state) && !force)
+        throw Error("state file " + state.string() + " exists; add --force to replace it");
+    try {
+        Store store(state);
+        store.replace(estate, profile);
+    } catch (const Error& e) {
+        if (!force || std::string(e.what()).find("schema version") == std::string::npos) throw;
+        for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(state.string() + suffix);
+        Store store(state);
+        store.replace(estate, profile);
+    }
+    size_t disks = std::count_if(estate.objects.begin(), estate.objects.end(),
+                                 [](const Object& o) { return o.kind == kind::kDisk; });
+    std::cout << "kvda: " << state.string() << " initialised from " << file.string() << " ("
+              << estate.all(kind::kController).size() << " controllers, " << disks << " disks)\n";
+    return 0;
+}
+
+int cmdProfiles() {
+    fs::path dir = profilesDir();
+    std::vector<fs::path> files;
+    for (const auto& e : fs::directory_iterator(dir))
+        if (e.path().extension() == ".json") files.push_back(e.path());
+    std::sort(files.begin(), files.end());
+    for (const auto& f : files) {
+        std::string desc;
+        try {
+            desc = nlohmann::json::parse(readFile(f)).value("description", "");
+        } catch (const std::exception&) {
+            desc = "(not valid JSON)";
+        }
+        std::cout << f.stem().string() << "\t" << desc << "\n";
+    }
+    return 0;
+}
+
+int cmdShow(Agent& agent, const std::vector<std::string>& args) {
+    bool json = false;
+    for (const auto& a : args) {
+        if (a == "--format=json")
+            json = true;
+        else if (a != "--format=text")
+            throw Usage("show: unknown argument '" + a + "'");
+    }
+    const Estate& e = agent.estate();
+    if (json) {
+        nlohmann::json out = nlohmann::json::array();
+        for (const Object& o : e.objects) {
+            nlohmann::json props = nlohmann::json::object();
+            for (const auto& [k, v] : effectiveProps(e, o)) props[k] = v;
+            nlohmann::json item{{"kind", o.kind}, {"address", o.addr}, {"properties", props}};
+            if (o.ctrl >= 0) item["controller"] = o.ctrl;
+            if (!o.overrides.empty()) item["overrides"] = o.overrides;
+            out.push_back(item);
+        }
+        std::cout << out.dump(2) << "\n";
+        return 0;
+    }
+    for (const Object& o : e.objects) {
+        std::cout << o.kind;
+        if (o.ctrl >= 0) std::cout << " controller=" << o.ctrl;
+        if (o.kind != kind::kController) std::cout << " " << o.addr;
+        std::cout << "  ObjID=" << o.get("ObjID") << " Name=\"" << o.get("Name") << "\"";
+        if (!o.get("ObjState").empty()) std::cout << " ObjState=" << o.get("ObjState");
+        for (const auto& [k, v] : o.overrides) std::cout << " !" << k << "=" << v;
+        std::cout << "\n";
+    }
+    return 0;
+}
+
+// Object words first (controller=0 pdisk=0:1:4), then the rest.
+const Object& target(Agent& agent, const std::vector<std::string>& args,
+                     std::vector<std::string>& rest) {
+    std::vector<std::string> words;
+    for (const auto& a : args) {
+        std::string name = a.substr(0, a.find('='));
+        (isAddressWord(name) ? words : rest).push_back(a);
+    }
+    Address ad = parseAddress(words);
+    const Object* o = agent.estate().find(ad.kind, ad.ctrl, ad.addr);
+    if (!o) {
+        std::string all;
+        for (const auto& w : words) all += (all.empty() ? "" : " ") + w;
+        throw Error("no such object: " + all);
+    }
+    return *o;
+}
+
+int cmdSet(Agent& agent, const std::vector<std::string>& args, bool set) {
+    std::vector<std::string> rest;
+    const Object& o = target(agent, args, rest);
+    if (rest.empty()) throw Usage(set ? "set: give TAG=VALUE" : "unset: give TAG");
+    for (const auto& r : rest) {
+        std::string tag = set ? r.substr(0, r.find('=')) : r;
+        if (set && r.find('=') == std::string::npos)
+            throw Usage("set: '" + r + "' is not TAG=VALUE");
+        if (!isTagName(tag)) throw Error("bad tag name '" + tag + "'");
+    }
+    int64_t oid = o.oid;
+    for (const auto& r : rest) {
+        if (set) {
+            auto eq = r.find('=');
+            agent.store().setOverride(oid, r.substr(0, eq), r.substr(eq + 1));
+        } else if (!agent.store().unsetOverride(oid, r)) {
+            std::cerr << "kvda: " << r << " was not overridden\n";
+        }
+    }
+    return 0;
+}
+
+int cmdFault(Agent& agent, const std::vector<std::string>& args, bool failed) {
+    std::vector<std::string> rest;
+    const Object& o = target(agent, args, rest);
+    if (!rest.empty()) throw Usage("unexpected argument '" + rest.front() + "'");
+    agent.store().applyChanges(faultChanges(agent.estate(), o, failed));
+    return 0;
+}
+
+int cmdJournal(Agent& agent, const std::vector<std::string>& args) {
+    if (args.size() == 1 && args[0] == "--clear") {
+        agent.store().clearJournal();
+        return 0;
+    }
+    if (!args.empty()) throw Usage("journal: unknown argument '" + args[0] + "'");
+    for (const auto& l : agent.store().journalLines()) std::cout << l << "\n";
+    return 0;
+}
+
+int run(const std::vector<std::string>& argv) {
+    if (argv.empty()) throw Usage("no command given");
+    const std::string& cmd = argv[0];
+    std::vector<std::string> args(argv.begin() + 1, argv.end());
+    if (cmd == "init") return cmdInit(args);
+    if (cmd == "profiles") return cmdProfiles();
+    if (cmd == "help" || cmd == "--help" || cmd == "-h") {
+        std::cout << kUsage;
+        return 0;
+    }
+    if (cmd != "show" && cmd != "send" && cmd != "set" && cmd != "unset" && cmd != "fail" &&
+        cmd != "replace" && cmd != "journal")
+        throw Usage("unknown command '" + cmd + "'");
+    Agent agent(defaultStatePath());
+    if (cmd == "show") return cmdShow(agent, args);
+    if (cmd == "send") {
+        if (args.empty() || !args[0].starts_with("vkacmd="))
+            throw Usage("send: the first argument must be vkacmd=REQUEST");
+        std::string answer = agent.send(args);
+        std::cout << answer << "\n";
+        return answer.find("<SMStatus>0</SMStatus>") == std::string::npos ? 1 : 0;
+    }
+    if (cmd == "set" || cmd == "unset") return cmdSet(agent, args, cmd == "set");
+    if (cmd == "fail" || cmd == "replace") return cmdFault(agent, args, cmd == "fail");
+    return cmdJournal(agent, args);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(std::vector<std::string>(argv + 1, argv + argc));
+    } catch (const Usage& e) {
+        std::cerr << "kvda: " << e.what() << "\n" << kUsage;
+        return 2;
+    } catch (const std::exception& e) {
+        std::cerr << "kvda: " << e.what() << "\n";
+        return 1;
+    }
+}
