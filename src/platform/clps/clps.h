@@ -195,6 +195,13 @@ typedef int32_t (*CLPSNVValidateFunc)(void* reserved0, void* reserved1, uint32_t
  * (null outside a frame call or when memory ran out). */
 VK_CLPS_EXPORT const char* CLPSNVKeepString(const char* text);
 
+/* Checks a command table for what the frame relies on: known row kinds,
+ * value types and usages, keyword rows that name their keyword, fixed rows
+ * with their value, no keyword or action listed twice. 0 when the table is
+ * sound; otherwise 1, with what is wrong written to problem (cut to fit). */
+VK_CLPS_EXPORT int32_t CLPSNVCheckTable(const CLPSNVActionRow* table, uint32_t rowCount,
+                                        char* problem, uint32_t problemSize);
+
 VK_CLPS_EXPORT CLPSResponse* CLPSNVCmdConfigFunc(uint32_t argc, const char** argv,
                                                  uint32_t usageMsgId, uint32_t secondMsgId,
                                                  const CLPSNVActionRow* table,
