@@ -1,0 +1,447 @@
+#include "agent.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "faults.h"
+#include "profile.h"
+#include "store.h"
+
+namespace fs = std::filesystem;
+using namespace kvda;
+
+namespace {
+
+using Obj = std::map<std::string, std::string>;
+
+// Splits an answer into its storage objects (the agent writes no nesting).
+std::vector<Obj> objects(const std::string& text) {
+    std::vector<Obj> out;
+    size_t pos = 0;
+    const std::string open = "<QXStorageObject>", close = "</QXStorageObject>";
+    while ((pos = text.find(open, pos)) != std::string::npos) {
+        size_t end = text.find(close, pos);
+        Obj o;
+        size_t p = pos + open.size();
+        while (p < end) {
+            size_t gt = text.find('>', p);
+            std::string tag = text.substr(p + 1, gt - p - 1);
+            size_t vend = text.find("</" + tag + ">", gt);
+            o[tag] = text.substr(gt + 1, vend - gt - 1);
+            p = vend + tag.size() + 3;
+        }
+        out.push_back(o);
+        pos = end + close.size();
+    }
+    return out;
+}
+
+int statusOf(const std::string& text) {
+    auto p = text.find("<SMStatus>");
+    return p == std::string::npos ? -999 : std::atoi(text.c_str() + p + 10);
+}
+
+class AgentTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        setenv("VK_SHARE_DIR", VK_TEST_SHARE_DIR, 1);
+        dir_ = fs::temp_directory_path() /
+               ("kvda-test-" + std::to_string(getpid()) + "-" +
+                ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::remove_all(dir_);
+        fs::create_directories(dir_);
+        path_ = dir_ / "state.db";
+    }
+    void TearDown() override { fs::remove_all(dir_); }
+
+    Agent& agent(const std::string& profile = "default") {
+        if (!agent_) {
+            if (profile != "default") {
+                Store s(path_);
+                fs::path f = resolveProfile(profile);
+                std::ifstream in(f);
+                std::string text((std::istreambuf_iterator<char>(in)), {});
+                s.replace(buildEstate(text, f.string()), profile);
+            }
+            agent_ = std::make_unique<Agent>(path_);
+        }
+        return *agent_;
+    }
+    std::vector<Obj> ask(const std::vector<std::string>& pairs, int expect = 0) {
+        std::string text = agent().send(pairs);
+        EXPECT_EQ(statusOf(text), expect) << text;
+        return objects(text);
+    }
+    Obj disk(const std::string& id, int ctrl = 0) {
+        auto list = ask(
+            {"vkacmd=getArrayDisk", "GlobalNo=" + std::to_string(ctrl), "adisk=" + id, "CLI=true"});
+        return list.empty() ? Obj{} : list[0];
+    }
+    const Object& find(std::string_view kind, int64_t ctrl, const std::string& addr) {
+        const Object* o = agent().estate().find(kind, ctrl, addr);
+        if (!o) throw Error("test object missing: " + addr);
+        return *o;
+    }
+
+    fs::path dir_, path_;
+    std::unique_ptr<Agent> agent_;
+};
+
+struct VocabularyCase {
+    std::vector<std::string> request;
+    size_t minObjects;
+    std::vector<std::string> tags;  // every object carries these
+};
+
+TEST_F(AgentTest, EveryQueryAnswersTheTagsItsReadersUse) {
+    // clang-format off
+    const std::vector<VocabularyCase> cases{
+        {{"vkacmd=getControllerList"}, 3, {"GlobalNo", "ObjID", "Name", "BusProtocol", "MasterMethodMask", "CurrentMethodMask", "MasterMethodMask1", "AttributesMask"}},
+        {{"vkacmd=getController", "GlobalNo=0", "CLI=true"}, 1, {"RebuildRate", "Copyback", "Loadbalance", "AutoCopybackOnPredictiveFailure", "AutoConfigProgressState", "RAIDLevelsMask", "ReadPolicyMask", "WritePolicyMask", "CachePolicyMask", "DiskCachePolicyMask", "StripeSizesMask", "MaxNameLength", "VendorID", "SecurityMode", "AttributesMask1", "ControllerFamily", "SupportPowerSavings", "BGIRate", "CheckConsistencyRate", "ReconstructRate", "PatrolReadMode"}},
+        {{"vkacmd=getSingleControllerArrayInfo", "GlobalNo=0", "CLI=true"}, 5, {"ObjID"}},
+        {{"vkacmd=getSupportedRaidLevelsForController", "GlobalNo=0", "CLI=true"}, 5, {"Layout"}},
+        {{"vkacmd=getChannelsForController", "GlobalNo=0", "CLI=true"}, 1, {"ObjID", "Channel", "BusProtocol", "MasterMethodMask"}},
+        {{"vkacmd=getChannel", "GlobalNo=0", "Channel=0", "CLI=true"}, 1, {"Channel"}},
+        {{"vkacmd=getArrayDisksForController", "GlobalNo=0", "CLI=true"}, 11, {"ObjID", "Channel", "TargetID", "EnclosureID", "AttributesMask", "ObjState", "MediaType", "BusProtocol", "IsDeviceNVME", "ISECapable", "diskwritecachepolicy", "MasterMethodMask", "CurrentMethodMask"}},
+        {{"vkacmd=getArrayDisksForChannel", "GlobalNo=0", "Channel=0", "CLI=true"}, 11, {"ObjID", "TargetID"}},
+        {{"vkacmd=getArrayDisksForEnclosure", "GlobalNo=0", "Enclosure=0:0", "CLI=true"}, 11, {"EnclosureID"}},
+        {{"vkacmd=getArrayDisksForVirtualDisk", "GlobalNo=0", "LogicalDriveNum=1", "CLI=true"}, 4, {"AttributesMask"}},
+        {{"vkacmd=getArrayDisk", "GlobalNo=0", "adisk=0:0:7,0:0:8", "CLI=true"}, 2, {"ObjID"}},
+        {{"vkacmd=getSpanInfoForVirtualDisk", "GlobalNo=0", "LogicalDriveNum=1", "CLI=true"}, 1, {"SpanID", "Length"}},
+        {{"vkacmd=getCapsForDHS", "GlobalNo=0", "LogicalDriveNum=1", "CLI=true"}, 0, {"BusProtocol", "TargetID", "AttributesMask"}},
+        {{"vkacmd=getCapsForMemberReplaceCLI", "GlobalNo=0", "LogicalDriveNum=1", "CLI=true"}, 0, {"TargetID", "EnclosureID"}},
+        {{"vkacmd=getVirtualDisksForController", "GlobalNo=0", "CLI=true"}, 2, {"LogicalDriveNum", "Layout", "Name", "DeviceName", "ObjID", "IsSSC", "ReadPolicy", "WritePolicy", "CachePolicy", "DiskCachePolicy", "MasterMethodMask", "CurrentMethodMask"}},
+        {{"vkacmd=getVirtualDisk", "GlobalNo=0", "LogicalDriveNum=0", "CLI=true"}, 1, {"ObjState", "Name"}},
+        {{"vkacmd=getVirtualDisk", "GlobalNo=0", "CLI=true"}, 2, {"Name"}},
+        {{"vkacmd=getAllVirtualDisks"}, 2, {"GlobalNo"}},
+        {{"vkacmd=getPartitionsForVirtualDisk", "GlobalNo=0", "LogicalDriveNum=0", "CLI=true"}, 2, {"PartitionPath", "MasterMethodMask"}},
+        {{"vkacmd=getBatteryList"}, 1, {"BatteryID"}},
+        {{"vkacmd=getBatteriesForController", "GlobalNo=0", "CLI=true"}, 1, {"BatteryID", "MasterMethodMask"}},
+        {{"vkacmd=getBattery", "GlobalNo=0", "BatteryID=0", "CLI=true"}, 1, {"MaxLearnDelay"}},
+        {{"vkacmd=getEnclosureList"}, 2, {"EnclosureID"}},
+        {{"vkacmd=getEnclosuresForController", "GlobalNo=0", "CLI=true"}, 1, {"Channel", "EnclosureID", "BusProtocol", "MasterMethodMask"}},
+        {{"vkacmd=getEnclosuresForChannel", "GlobalNo=0", "Channel=0", "CLI=true"}, 1, {"ObjID", "Channel", "EnclosureID"}},
+        {{"vkacmd=getEnclosure", "GlobalNo=0", "Enclosure=0:0", "CLI=true"}, 1, {"MaxAssetTagLength", "MaxAssetNameLength", "AssetTag"}},
+        {{"vkacmd=getSingleEnclosureForController", "GlobalNo=0", "Enclosure=0:0", "CLI=true"}, 2, {"ObjID"}},
+        {{"vkacmd=getEnclosureTemperatureProbes", "GlobalNo=0", "Enclosure=0:0", "CLI=true"}, 1, {"Index", "LowEndMinWarning", "HighEndMinWarning", "LowEndMaxWarning", "HighEndMaxWarning", "MinWarning", "MaxWarning"}},
+        {{"vkacmd=getSlotReportForEnclosure", "GlobalNo=0", "Enclosure=0:0", "info=pdslotreport", "CLI=true"}, 12, {"SlotID", "Occupied"}},
+        {{"vkacmd=getNVMeAdaptersForController", "GlobalNo=2", "CLI=true"}, 1, {"Channel", "MasterMethodMask"}},
+        {{"vkacmd=getNVMeAdapter", "GlobalNo=2", "Channel=0", "CLI=true"}, 1, {"Channel"}},
+        {{"vkacmd=getPCIeSubsystem"}, 1, {"GlobalNo"}},
+        {{"vkacmd=getAllPCIeSSDs", "GlobalNo=2", "CLI=true"}, 2, {"IsDeviceNVME"}},
+        {{"vkacmd=getPCIeRRWEThreshold"}, 1, {"RRWEThresholdPCIe"}},
+        {{"vkacmd=getSASSATARRWEThreshold"}, 1, {"RRWEThresholdSasSata"}},
+        {{"vkacmd=getGlobalInfo"}, 1, {"ObjID"}},
+        {{"vkacmd=getTarnCachePoolProperties"}, 1, {"ObjID"}},
+        {{"vkacmd=getAlertLog"}, 2, {"Message"}},
+        {{"vkacmd=getTapeDrivesForController", "GlobalNo=0", "CLI=true"}, 0, {}},
+        {{"vkacmd=sendPassThruCmdToQXSIF", "NumQXSIFArgs=2", "param0=report", "param1=storage"}, 1, {"MasterMethodMask", "CurrentMethodMask"}},
+    };
+    // clang-format on
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.request[0]);
+        auto list = ask(c.request);
+        EXPECT_GE(list.size(), c.minObjects);
+        for (const auto& o : list)
+            for (const auto& t : c.tags) EXPECT_TRUE(o.count(t)) << t;
+    }
+}
+
+TEST_F(AgentTest, ADiskHasTheSameIdentityInEveryAnswer) {
+    Obj d = disk("0:0:3");
+    ASSERT_FALSE(d.empty());
+    EXPECT_EQ(d["EnclosureID"], "0");
+    EXPECT_TRUE(fromMask(d["AttributesMask"]) & diskattr::kInEnclosure);
+    for (const auto& req : std::vector<std::vector<std::string>>{
+             {"vkacmd=getArrayDisksForController", "GlobalNo=0", "CLI=true"},
+             {"vkacmd=getArrayDisksForChannel", "GlobalNo=0", "Channel=0", "CLI=true"},
+             {"vkacmd=getArrayDisksForEnclosure", "GlobalNo=0", "Enclosure=0:0", "CLI=true"},
+             {"vkacmd=getArrayDisksForVirtualDisk", "GlobalNo=0", "LogicalDriveNum=1",
+              "CLI=true"}}) {
+        int hits = 0;
+        for (auto& o : ask(req))
+            if (o["TargetID"] == "3") {
+                EXPECT_EQ(o["ObjID"], d["ObjID"]) << req[0];
+                ++hits;
+            }
+        EXPECT_EQ(hits, 1) << req[0];
+    }
+    // the pass-through association names the same disks as the member list
+    auto vd = ask({"vkacmd=getVirtualDisk", "GlobalNo=0", "LogicalDriveNum=1", "CLI=true"});
+    auto assoc = ask({"vkacmd=sendPassThruCmdToQXSIF", "NumQXSIFArgs=3", "param0=getassoc",
+                      "param1=adisks", "param2=" + vd.at(0)["ObjID"]});
+    EXPECT_EQ(assoc.size(), 4u);
+}
+
+TEST_F(AgentTest, CapabilityQueryAnswersLayoutsForTheGivenDisks) {
+    auto ctrl = ask({"vkacmd=getControllerList"}).at(0);
+    std::string ids = disk("0:0:7")["ObjID"] + ":" + disk("0:0:8")["ObjID"];
+    auto caps = ask({"vkacmd=sendPassThruCmdToQXSIF", "param0=getcaps", "param1=make",
+                     "param2=vdisk", "param3=ObjID", "param4=" + ctrl["ObjID"], "param5=IDList",
+                     "param6=" + ids, "param7=MinDrives", "param8=2", "NumQXSIFArgs=9"});
+    std::map<std::string, Obj> byLayout;
+    for (auto& c : caps) byLayout[c["Layout"]] = c;
+    ASSERT_TRUE(byLayout.count("2") && byLayout.count("4"));
+    EXPECT_FALSE(byLayout.count("64"));  // RAID 5 needs three disks
+    EXPECT_EQ(std::stoll(byLayout["2"]["Length"]), 2 * std::stoll(byLayout["4"]["Length"]));
+    for (auto& [l, c] : byLayout)
+        for (auto t : {"MinimumLength", "Length", "SpanDepth", "SpanLengthList"})
+            EXPECT_TRUE(c.count(t));
+}
+
+TEST_F(AgentTest, BadRequestsGiveAStatusAndNoObjects) {
+    // clang-format off
+    const std::vector<std::pair<std::vector<std::string>, int>> cases{
+        {{"vkacmd=getNothing"},                                                status::kUnknownRequest},
+        {{"GlobalNo=0"},                                                       status::kBadRequest},
+        {{},                                                                   status::kBadRequest},
+        {{"vkacmd=getController", "CLI=true"},                                 status::kMissingIdentifier},
+        {{"vkacmd=getController", "GlobalNo=", "CLI=true"},                    status::kMissingIdentifier},
+        {{"vkacmd=getController", "GlobalNo=zero", "CLI=true"},                status::kBadIdentifier},
+        {{"vkacmd=getController", "GlobalNo=99999999999999", "CLI=true"},      status::kBadIdentifier},
+        {{"vkacmd=getController", "GlobalNo=7", "CLI=true"},                   status::kNoSuchObject},
+        {{"vkacmd=getArrayDisk", "GlobalNo=0", "adisk=0:0:0,9:9", "CLI=true"}, status::kNoSuchObject},
+        {{"vkacmd=getBattery", "GlobalNo=1", "BatteryID=0", "CLI=true"},       status::kNoSuchObject},
+        {{"vkacmd=getEnclosureFans", "GlobalNo=0", "Enclosure=0:0", "Index=4", "CLI=true"}, status::kNoSuchObject},
+        {{"vkacmd=sendPassThruCmdToQXSIF", "NumQXSIFArgs=3", "param0=report"}, status::kMissingIdentifier},
+        {{"vkacmd=sendPassThruCmdToQXSIF", "NumQXSIFArgs=1", "param0=format"}, status::kUnknownRequest},
+    };
+    // clang-format on
+    for (const auto& [req, st] : cases) {
+        std::string text = agent().send(req);
+        EXPECT_EQ(statusOf(text), st) << text;
+        EXPECT_EQ(text.find("<QXStorageObject>"), std::string::npos) << text;
+        EXPECT_NE(text.find("<SMMessage>"), std::string::npos) << text;
+    }
+}
+
+TEST_F(AgentTest, DiskMethodMasksFollowTheDiskState) {
+    struct Case {
+        std::string state;
+        uint32_t set, clear;
+    };
+    const uint32_t assignHs = 0x10, rebuild = 0x400, cancelRebuild = 0x800, offline = 0x80;
+    // 0:0:2 is a member of virtual disk 1
+    const std::vector<Case> cases{
+        {"1", assignHs, rebuild | cancelRebuild | offline},
+        {"4", offline, assignHs | rebuild | cancelRebuild},
+        {"2", rebuild, assignHs | cancelRebuild},
+        {"32", cancelRebuild, assignHs | rebuild},
+    };
+    int64_t oid = find(kind::kDisk, 0, "0:0:2").oid;
+    for (const auto& c : cases) {
+        agent().store().setOverride(oid, "ObjState", c.state);
+        Obj d = disk("0:0:2");
+        uint32_t cur = fromMask(d["CurrentMethodMask"]);
+        EXPECT_EQ(cur & c.set, c.set) << "state " << c.state << " " << d["CurrentMethodMask"];
+        EXPECT_EQ(cur & c.clear, 0u) << "state " << c.state << " " << d["CurrentMethodMask"];
+        EXPECT_EQ(cur & ~fromMask(d["MasterMethodMask"]), 0u);
+    }
+    // a global hot spare can be unassigned but not assigned again
+    uint32_t hs = fromMask(disk("0:0:6")["CurrentMethodMask"]);
+    EXPECT_EQ(hs & 0x30, 0x20u);
+    // a disk on the HBA offers no hot spare operation at all
+    EXPECT_EQ(fromMask(disk("0:0", 1)["MasterMethodMask"]) & 0x30, 0u);
+}
+
+TEST_F(AgentTest, FullControllerCannotCreateAnotherVirtualDisk) {
+    agent("full");
+    auto c = ask({"vkacmd=getController", "GlobalNo=0", "CLI=true"}).at(0);
+    EXPECT_TRUE(fromMask(c["MasterMethodMask"]) & 0x40);
+    EXPECT_FALSE(fromMask(c["CurrentMethodMask"]) & 0x40);
+    auto info = ask({"vkacmd=getSingleControllerArrayInfo", "GlobalNo=0", "CLI=true"});
+    int vds = 0;
+    for (auto& o : info) vds += o.count("LogicalDriveNum") ? 1 : 0;
+    EXPECT_EQ(std::to_string(vds), c["MaxVDAllowed"]);
+    // the dedicated hot spare is listed with its virtual disk and marked
+    int dhs = 0;
+    for (auto& o :
+         ask({"vkacmd=getArrayDisksForVirtualDisk", "GlobalNo=0", "LogicalDriveNum=1", "CLI=true"}))
+        dhs += (fromMask(o["AttributesMask"]) & diskattr::kDedicatedHotSpare) ? 1 : 0;
+    EXPECT_EQ(dhs, 1);
+    // the profile's override is escaped in the answer
+    std::string raw =
+        agent().send({"vkacmd=getArrayDisk", "GlobalNo=0", "adisk=0:0:6", "CLI=true"});
+    EXPECT_NE(raw.find("<Vendor>Overridden &amp; &lt;Co&gt;</Vendor>"), std::string::npos);
+}
+
+TEST_F(AgentTest, OverridesWinAndUnsetRestoresTheDerivedValue) {
+    int64_t oid = find(kind::kController, 0, "0").oid;
+    std::string before =
+        ask({"vkacmd=getController", "GlobalNo=0", "CLI=true"}).at(0)["CurrentMethodMask"];
+    agent().store().setOverride(oid, "CurrentMethodMask", "1");
+    agent().store().setOverride(oid, "NewTag", "x<y");
+    auto c = ask({"vkacmd=getController", "GlobalNo=0", "CLI=true"}).at(0);
+    EXPECT_EQ(c["CurrentMethodMask"], "1");
+    EXPECT_EQ(c["NewTag"], "x&lt;y");
+    EXPECT_TRUE(agent().store().unsetOverride(oid, "CurrentMethodMask"));
+    EXPECT_FALSE(agent().store().unsetOverride(oid, "CurrentMethodMask"));
+    EXPECT_EQ(ask({"vkacmd=getController", "GlobalNo=0", "CLI=true"}).at(0)["CurrentMethodMask"],
+              before);
+}
+
+TEST_F(AgentTest, BadProfilesAreRefusedWithThePathOfTheItem) {
+    // clang-format off
+    const std::vector<std::pair<std::string, std::string>> cases{
+        {R"({"controllers": [{"mode": "raidd"}]})",                          "$.controllers[0].mode: unknown value 'raidd'"},
+        {R"({"controllers": [{"connectors": [{"disks": [{"slot": 1, "media": "tape"}]}]}]})", "$.controllers[0].connectors[0].disks[0].media"},
+        {R"({"controllers": [{"connectors": [{"disks": [{"slot": 1}, {"slot": 1}]}]}]})", "$.controllers[0].connectors[0].disks[1].slot: slot already holds a disk"},
+        {R"({"controllers": [{"vdisks": [{"raid": "r5", "disks": ["0:9"]}]}]})", "$.controllers[0].vdisks[0].disks[0]: no disk 0:9"},
+        {R"({"controllers": [{"max_vdisks": -1}]})",                         "$.controllers[0].max_vdisks: value -1 out of range"},
+        {R"({"colour": "blue"})",                                            "$.colour: unknown field"},
+        {R"({"overrides": [{"object": "controller=3", "set": {"A": "1"}}]})", "$.overrides[0].object: no such object"},
+        {R"({"controllers": [{"props": {"_x": "1"}}]})",                     "$.controllers[0].props._x"},
+        {R"({"controllers": [)",                                             "not valid JSON"},
+    };
+    // clang-format on
+    for (const auto& [text, message] : cases) {
+        try {
+            buildEstate(text, "p.json");
+            ADD_FAILURE() << "accepted: " << text;
+        } catch (const Error& e) {
+            EXPECT_NE(std::string(e.what()).find(message), std::string::npos) << e.what();
+            EXPECT_EQ(std::string(e.what()).rfind("p.json: ", 0), 0u) << e.what();
+        }
+    }
+}
+
+TEST_F(AgentTest, ShippedProfilesLoad) {
+    int loaded = 0;
+    for (const auto& e : fs::directory_iterator(profilesDir())) {
+        if (e.path().extension() != ".json") continue;
+        ++loaded;
+        std::ifstream in(e.path());
+        std::string text((std::istreambuf_iterator<char>(in)), {});
+        EXPECT_NO_THROW(buildEstate(text, e.path().string())) << e.path();
+    }
+    EXPECT_GE(loaded, 5);
+}
+
+TEST_F(AgentTest, FaultsChangeWhatReportsShow) {
+    agent();
+    auto apply = [&](std::string_view k, const std::string& addr, bool failed) {
+        agent().store().applyChanges(faultChanges(agent().estate(), find(k, 0, addr), failed));
+    };
+    apply(kind::kDisk, "0:0:3", true);
+    EXPECT_EQ(disk("0:0:3")["ObjState"], "2");
+    auto vd = [&] {
+        return ask({"vkacmd=getVirtualDisk", "GlobalNo=0", "LogicalDriveNum=1", "CLI=true"}).at(0);
+    };
+    EXPECT_EQ(vd()["ObjState"], "16");
+    EXPECT_TRUE(fromMask(disk("0:0:3")["CurrentMethodMask"]) & 0x400);  // rebuild now possible
+    std::string serial = disk("0:0:3")["SerialNo"];
+    apply(kind::kDisk, "0:0:3", false);
+    EXPECT_EQ(disk("0:0:3")["ObjState"], "4");
+    EXPECT_NE(disk("0:0:3")["SerialNo"], serial);
+    EXPECT_EQ(vd()["ObjState"], "1");
+    apply(kind::kBattery, "0", true);
+    EXPECT_EQ(ask({"vkacmd=getBattery", "GlobalNo=0", "BatteryID=0", "CLI=true"}).at(0)["ObjState"],
+              "2");
+    apply(kind::kProbe, "0:0/0", true);
+    EXPECT_EQ(
+        ask({"vkacmd=getEnclosure", "GlobalNo=0", "Enclosure=0:0", "CLI=true"}).at(0)["ObjState"],
+        "16");
+    EXPECT_THROW(faultChanges(agent().estate(), find(kind::kVdisk, 0, "0"), true), Error);
+}
+
+TEST_F(AgentTest, JournalHidesPassPhrases) {
+    agent().send({"vkacmd=setCntrlSecurityKey", "GlobalNo=0", "Passphrase=Secret1!",
+                  "OldPassphrase=x", "keyid=k"});
+    auto lines = agent().store().journalLines();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0],
+              "vkacmd=setCntrlSecurityKey GlobalNo=0 Passphrase=*** OldPassphrase=*** keyid=k");
+    agent().store().clearJournal();
+    EXPECT_TRUE(agent().store().journalLines().empty());
+}
+
+TEST_F(AgentTest, ChangesPersistAcrossProcessesAndConcurrentWritersLoseNothing) {
+    agent();  // create the file from the default profile
+    int64_t oid = find(kind::kController, 0, "0").oid;
+    constexpr int kWriters = 3, kWrites = 20;
+    std::vector<pid_t> kids;
+    for (int w = 0; w < kWriters; ++w) {
+        pid_t pid = fork();
+        if (pid == 0) {
+            try {
+                Store s(path_);
+                for (int i = 0; i < kWrites; ++i)
+                    s.setOverride(oid, "T" + std::to_string(w) + "_" + std::to_string(i), "v");
+                _exit(0);
+            } catch (...) {
+                _exit(1);
+            }
+        }
+        kids.push_back(pid);
+    }
+    for (pid_t pid : kids) {
+        int st = 0;
+        waitpid(pid, &st, 0);
+        EXPECT_TRUE(WIFEXITED(st) && WEXITSTATUS(st) == 0);
+    }
+    // the agent of this process sees the other processes' writes
+    auto c = ask({"vkacmd=getController", "GlobalNo=0", "CLI=true"}).at(0);
+    for (int w = 0; w < kWriters; ++w)
+        for (int i = 0; i < kWrites; ++i)
+            EXPECT_TRUE(c.count("T" + std::to_string(w) + "_" + std::to_string(i)));
+}
+
+TEST_F(AgentTest, AFileOfAnotherSchemaVersionIsRefused) {
+    agent();
+    agent_.reset();
+    {
+        Db db(path_.string());
+        Stmt s(db, "UPDATE meta SET value='7' WHERE key='schema_version'");
+        s.run();
+    }
+    try {
+        Store s(path_);
+        FAIL() << "opened";
+    } catch (const Error& e) {
+        EXPECT_NE(std::string(e.what()).find("schema version 7"), std::string::npos) << e.what();
+    }
+}
+
+TEST_F(AgentTest, ObjectAddressesAreParsedOrRefused) {
+    Address a = parseAddress("controller=0 pdisk=0:1:4");
+    EXPECT_EQ(a.kind, "pdisk");
+    EXPECT_EQ(a.addr, "0:1:4");
+    a = parseAddress("controller=0 enclosure=0:1 fan=2");
+    EXPECT_EQ(a.kind, "fan");
+    EXPECT_EQ(a.addr, "0:1/2");
+    EXPECT_EQ(parseAddress("controller=2").kind, "controller");
+    EXPECT_EQ(parseAddress("storage").kind, "storage");
+    for (auto bad : {"", "pdisk=0:1", "controller=x", "controller=0 fan=1", "controller=0 widget=1",
+                     "controller=0 pdisk=0:1 battery=0", "controller=0 controller=1"})
+        EXPECT_THROW(parseAddress(std::string(bad)), Error) << bad;
+}
+
+TEST_F(AgentTest, ModuleAnswersThroughItsExports) {
+    setenv("KVDA_STATE", path_.c_str(), 1);
+    void* h = dlopen(VK_TEST_MODULE, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(h, nullptr) << dlerror();
+    auto send =
+        reinterpret_cast<char* (*)(void*, uint32_t, const char**)>(dlsym(h, "VKDBAgentSendCmd"));
+    auto release = reinterpret_cast<void (*)(void*, char*)>(dlsym(h, "VKDBAgentFreeData"));
+    ASSERT_TRUE(send && release);
+    const char* req[] = {"vkacmd=getControllerList"};
+    char* text = send(nullptr, 1, req);
+    ASSERT_NE(text, nullptr);
+    EXPECT_EQ(objects(text).size(), 3u);
+    release(nullptr, text);
+    text = send(nullptr, 0, nullptr);
+    EXPECT_NE(statusOf(text), 0);
+    release(nullptr, text);
+    dlclose(h);
+}
+
+}  // namespace
