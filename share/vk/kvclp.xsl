@@ -1,7 +1,8 @@
 <?xml version="1.0" encoding="UTF-8"?>
 <!-- Generic rendering of an answer: each storage object as a block of
-     aligned "Label : value" lines, a blank line between blocks. Any other
-     document (generated usage help) is printed one text line per leaf. -->
+     aligned "Label : value" lines, a blank line between blocks. Generated
+     usage help shows one command line per action; any other document is
+     printed one text line per leaf element. -->
 <xsl:stylesheet version="1.0"
     xmlns:xsl="http://www.w3.org/1999/XSL/Transform"
     xmlns:str="http://exslt.org/strings"
@@ -10,6 +11,8 @@
 
   <!-- The command that asked: vkreport or vkconfig (set by the host). -->
   <xsl:param name="program" select="'vkreport'"/>
+  <!-- The command words the usage help is about ("vkconfig storage pdisk"). -->
+  <xsl:param name="command" select="$program"/>
 
   <xsl:key name="object" match="QXStorageObject" use="'all'"/>
   <xsl:key name="status" match="SMStatus" use="'all'"/>
@@ -20,6 +23,9 @@
     <xsl:choose>
       <xsl:when test="RESPONSE">
         <xsl:call-template name="response"/>
+      </xsl:when>
+      <xsl:when test="Usage">
+        <xsl:apply-templates select="Usage"/>
       </xsl:when>
       <xsl:otherwise>
         <xsl:for-each select="key('leaf', 'all')">
@@ -81,5 +87,39 @@
       <xsl:value-of select="."/>
       <xsl:text>&#10;</xsl:text>
     </xsl:for-each>
+  </xsl:template>
+
+  <!-- One line per action, or one line for a report's parameters:
+       required name=<type>, optional [name=<type>], keywords as k1|k2. -->
+  <xsl:template match="Usage">
+    <xsl:for-each select="Action">
+      <xsl:value-of select="concat($command, ' action=', @name)"/>
+      <xsl:apply-templates select="Param"/>
+      <xsl:text>&#10;</xsl:text>
+    </xsl:for-each>
+    <xsl:if test="Param or not(Action)">
+      <xsl:value-of select="$command"/>
+      <xsl:apply-templates select="Param"/>
+      <xsl:text>&#10;</xsl:text>
+    </xsl:if>
+  </xsl:template>
+
+  <xsl:template match="Param">
+    <xsl:variable name="optional" select="@required != 'yes'"/>
+    <xsl:text> </xsl:text>
+    <xsl:if test="$optional">[</xsl:if>
+    <xsl:value-of select="concat(@name, '=')"/>
+    <xsl:choose>
+      <xsl:when test="Keyword">
+        <xsl:for-each select="Keyword">
+          <xsl:if test="position() != 1">|</xsl:if>
+          <xsl:value-of select="."/>
+        </xsl:for-each>
+      </xsl:when>
+      <xsl:otherwise>
+        <xsl:value-of select="concat('&lt;', @type, '&gt;')"/>
+      </xsl:otherwise>
+    </xsl:choose>
+    <xsl:if test="$optional">]</xsl:if>
   </xsl:template>
 </xsl:stylesheet>

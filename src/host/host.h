@@ -105,7 +105,9 @@ XmlAnswer ReadXmlAnswer(const std::string& xml);
 // Stylesheets parsed once per run and applied with the program's name.
 class Renderer {
   public:
-    Renderer(std::filesystem::path share, std::string program);
+    // program and command (the command words) are handed to every stylesheet
+    // as the parameters "program" and "command".
+    Renderer(std::filesystem::path share, std::string program, std::string command);
     ~Renderer();
     Renderer(const Renderer&) = delete;
     Renderer& operator=(const Renderer&) = delete;
@@ -117,6 +119,7 @@ class Renderer {
     struct Cache;
     std::filesystem::path share_;
     std::string program_;
+    std::string command_;
     std::unique_ptr<Cache> cache_;
 };
 

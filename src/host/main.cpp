@@ -2,6 +2,7 @@
 // user's rights, hands the command line to the storage plug-in and writes
 // the plug-in's answer as text, XML or JSON.
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -110,6 +111,23 @@ std::string CommandName(const std::string& program, const std::vector<std::strin
     return name;
 }
 
+// The command words without the help request, for generated usage lines.
+std::string UsageCommand(const std::string& command) {
+    std::string out;
+    size_t start = 0;
+    while (start <= command.size()) {
+        size_t end = command.find(' ', start);
+        if (end == std::string::npos) end = command.size();
+        const std::string word = command.substr(start, end - start);
+        std::string lower = word;
+        for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        if (!word.empty() && word != "-?" && lower != "help")
+            out += (out.empty() ? "" : " ") + word;
+        start = end + 1;
+    }
+    return out;
+}
+
 std::string Printf(std::string_view format, const std::string& program) {
     std::string out;
     for (size_t i = 0; i < format.size(); ++i) {
@@ -130,8 +148,11 @@ std::string Str(const char* text) {
 // Turns the plug-in's response into an outcome; renders what needs it.
 class Responder {
   public:
-    Responder(std::string program, fs::path share, Format format)
-        : program_(std::move(program)), share_(std::move(share)), format_(format) {}
+    Responder(std::string program, std::string command, fs::path share, Format format)
+        : program_(std::move(program)),
+          command_(std::move(command)),
+          share_(std::move(share)),
+          format_(format) {}
 
     Outcome Convert(const CLPSResponse& resp, const std::string& command) {
         Outcome out;
@@ -183,7 +204,7 @@ class Responder {
 
   private:
     Renderer& renderer() {
-        if (!renderer_) renderer_ = std::make_unique<Renderer>(share_, program_);
+        if (!renderer_) renderer_ = std::make_unique<Renderer>(share_, program_, command_);
         return *renderer_;
     }
 
@@ -268,6 +289,7 @@ class Responder {
     }
 
     std::string program_;
+    std::string command_;
     fs::path share_;
     Format format_;
     std::unique_ptr<Renderer> renderer_;
@@ -316,7 +338,7 @@ Outcome RunCommand(const std::string& program, const Options& opts) {
         out = ErrorOutcome(kExitCommandLine, "command not understood: '" + command + "'" + hint);
     } else {
         try {
-            Responder responder(program, where.share, opts.format);
+            Responder responder(program, UsageCommand(command), where.share, opts.format);
             out = responder.Convert(*resp, command);
         } catch (const HostError& error) {
             out = ErrorOutcome(error.exitCode, error.what());

@@ -3,6 +3,7 @@
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libxslt/transform.h>
+#include <libxslt/variables.h>
 #include <libxslt/xsltInternals.h>
 #include <libxslt/xsltutils.h>
 
@@ -115,8 +116,11 @@ struct Renderer::Cache {
     std::map<std::string, StylePtr> styles;
 };
 
-Renderer::Renderer(fs::path share, std::string program)
-    : share_(std::move(share)), program_(std::move(program)), cache_(std::make_unique<Cache>()) {
+Renderer::Renderer(fs::path share, std::string program, std::string command)
+    : share_(std::move(share)),
+      program_(std::move(program)),
+      command_(std::move(command)),
+      cache_(std::make_unique<Cache>()) {
     exsltRegisterAll();
     xmlSetGenericErrorFunc(nullptr, CaptureError);
     xsltSetGenericErrorFunc(nullptr, CaptureError);
@@ -142,14 +146,18 @@ std::string Renderer::Render(const std::string& xml, const std::string& styleShe
     xsltStylesheet* style = found->second.get();
 
     const DocPtr doc = ParseAnswer(xml, "the plug-in's answer");
-    const std::string quoted = "'" + program_ + "'";
-    const char* params[] = {"program", quoted.c_str(), nullptr};
     g_firstError.clear();
     const std::unique_ptr<xsltTransformContext, ContextFree> ctxt(
         xsltNewTransformContext(style, doc.get()));
     if (!ctxt) throw HostError(kExitFailure, "out of memory while rendering");
+    // Passed as strings, so no quoting of the words is needed.
+    for (const auto& [name, value] :
+         {std::pair{"program", &program_}, std::pair{"command", &command_}}) {
+        xsltQuoteOneUserParam(ctxt.get(), reinterpret_cast<const xmlChar*>(name),
+                              reinterpret_cast<const xmlChar*>(value->c_str()));
+    }
     const DocPtr result(
-        xsltApplyStylesheetUser(style, doc.get(), params, nullptr, nullptr, ctxt.get()));
+        xsltApplyStylesheetUser(style, doc.get(), nullptr, nullptr, nullptr, ctxt.get()));
     if (!result || ctxt->state == XSLT_STATE_ERROR) {
         throw HostError(kExitFailure, "the stylesheet " + path.string() +
                                           " failed: " + TakeError("transformation error"));

@@ -45,6 +45,7 @@ struct Canned {
     const char* data;
     const char* styleSheet;
     const char* usageXml;
+    uint32_t msgId;
 };
 
 constexpr const char* kDisks =
@@ -53,18 +54,24 @@ constexpr const char* kDisks =
     "<ProductName>X1</ProductName></QXStorageObject><SMStatus>0</SMStatus></RESPONSE>";
 
 // clang-format off
-constexpr std::array<Canned, 11> kCanned{{
-    {"pdisk",    CLPS_RESP_XML,   0,  kDisks,                                          "kvclp.xsl",   nullptr},
-    {"console",  CLPS_RESP_XML,   0,  kDisks,                                          "kvclp.xsl",   nullptr},
-    {"empty",    CLPS_RESP_XML,   0,  "<RESPONSE><SMStatus>0</SMStatus></RESPONSE>",   "kvclp.xsl",   nullptr},
-    {"fail",     CLPS_RESP_XML,   0,  "<RESPONSE><SMStatus>5</SMStatus><SMMessage>Physical disk 0:9 not found.</SMMessage></RESPONSE>", "kvclp.xsl", nullptr},
-    {"kind0",    CLPS_RESP_NONE,  0,  "<RESPONSE><QXStorageObject><GlobalNo>3</GlobalNo></QXStorageObject><SMStatus>0</SMStatus></RESPONSE>", nullptr, nullptr},
-    {"text",     CLPS_RESP_NONE,  22, "Version 4.2.1",                                 nullptr,       nullptr},
-    {"badxml",   CLPS_RESP_XML,   0,  "<RESPONSE><QXStorageObject>",                   "kvclp.xsl",   nullptr},
-    {"badxsl",   CLPS_RESP_XML,   0,  kDisks,                                          "missing.xsl", nullptr},
-    {"usagexml", CLPS_RESP_USAGE, 0,  nullptr,                                         "kvclp.xsl",   "<Usage><Line>vkreport storage widget controller=ID</Line></Usage>"},
-    {"summary",  CLPS_RESP_XML,   0,  "<RESPONSE><QXStorageObject><Name>srv1</Name></QXStorageObject><SMStatus>0</SMStatus></RESPONSE>", "sysclp.xsl", nullptr},
-    {"empty0",   CLPS_RESP_NONE,  0,  nullptr,                                         nullptr,       nullptr},
+constexpr const char* kUsage =
+    "<Usage object=\"usagexml\"><Action name=\"blink\"><Param name=\"controller\" required=\"yes\" "
+    "type=\"id\"/><Param name=\"mode\" required=\"no\" type=\"text\"><Keyword>on</Keyword>"
+    "<Keyword>off</Keyword></Param></Action></Usage>";
+
+constexpr std::array<Canned, 12> kCanned{{
+    {"pdisk",    CLPS_RESP_XML,   0,  kDisks,                                          "kvclp.xsl",   nullptr, 0},
+    {"console",  CLPS_RESP_XML,   0,  kDisks,                                          "kvclp.xsl",   nullptr, 0},
+    {"empty",    CLPS_RESP_XML,   0,  "<RESPONSE><SMStatus>0</SMStatus></RESPONSE>",   "kvclp.xsl",   nullptr, 0},
+    {"fail",     CLPS_RESP_XML,   0,  "<RESPONSE><SMStatus>5</SMStatus><SMMessage>Physical disk 0:9 not found.</SMMessage></RESPONSE>", "kvclp.xsl", nullptr, 0},
+    {"kind0",    CLPS_RESP_NONE,  0,  "<RESPONSE><QXStorageObject><GlobalNo>3</GlobalNo></QXStorageObject><SMStatus>0</SMStatus></RESPONSE>", nullptr, nullptr, 0},
+    {"text",     CLPS_RESP_NONE,  22, "Version 4.2.1",                                 nullptr,       nullptr, 0},
+    {"badxml",   CLPS_RESP_XML,   0,  "<RESPONSE><QXStorageObject>",                   "kvclp.xsl",   nullptr, 0},
+    {"badxsl",   CLPS_RESP_XML,   0,  kDisks,                                          "missing.xsl", nullptr, 0},
+    {"usagexml", CLPS_RESP_USAGE, 0,  nullptr,                                         "kvclp.xsl",   kUsage, 6101},
+    {"usagebad", CLPS_RESP_USAGE, 0,  nullptr,                                         nullptr,       nullptr, 6999},
+    {"summary",  CLPS_RESP_XML,   0,  "<RESPONSE><QXStorageObject><Name>srv1</Name></QXStorageObject><SMStatus>0</SMStatus></RESPONSE>", "sysclp.xsl", nullptr, 0},
+    {"empty0",   CLPS_RESP_NONE,  0,  nullptr,                                         nullptr,       nullptr, 0},
 }};
 // clang-format on
 
@@ -147,6 +154,7 @@ FAKE_EXPORT CLPSResponse* kvclp64_sendRequest(uint32_t argc, const char** argv) 
             canned.data != nullptr ? static_cast<uint32_t>(std::strlen(canned.data) + 1) : 0;
         resp->pStyleSheet = Dup(canned.styleSheet);
         resp->pUsageXML = Dup(canned.usageXml);
+        resp->msgId = canned.msgId;
         SetRequest(resp, "get", argc, argv);
         return resp;
     }

@@ -137,7 +137,7 @@ TEST_F(HostTest, ExitStatusAndOutputFollowTheAnswer) {
         {"vkreport", {"storage", "-?"},                 0, "tarncachedisk  cached LUNs", ""},
         {"vkreport", {"storage", "help"},               0, "Usage: vkreport storage OBJECT", ""},
         {"vkconfig", {"storage", "-?"},                 0, "Usage: vkconfig storage OBJECT action=ACTION", ""},
-        {"vkreport", {"storage", "usagexml"},           0, "vkreport storage widget controller=ID\n", ""},
+        {"vkreport", {"storage", "usagexml"},           0, "vkreport storage usagexml action=blink controller=<id> [mode=on|off]\n", ""},
         {"vkreport", {"storage", "msg", "1200", "a"},   0, "message 1200: a; valid values: blink, unblink", ""},
         {"vkreport", {"storage", "fail"},               1, "", "vkreport: Physical disk 0:9 not found.\n"},
         {"vkreport", {"storage", "msg", "1603"},        1, "", "vkreport: message 1603: action=blinq; valid values: blink, unblink\n"},
@@ -150,6 +150,7 @@ TEST_F(HostTest, ExitStatusAndOutputFollowTheAnswer) {
         {"vkreport", {"storage", "msg", "1590", "kvda"},4, "", "vkreport: The data agent kvda is not available.\n"},
         {"vkreport", {"storage", "msg", "1591", "vkreport storage x"}, 4, "", "vkreport: The command vkreport storage x is not available yet.\n"},
         {"vkreport", {"storage", "msg", "1592"},        4, "", "vkreport: Out of memory: the command could not be carried out.\n"},
+        {"vkreport", {"storage", "usagebad"},           4, "", "vkreport: no usage text for message 6999 in " VK_TEST_SHARE_DIR "/messages.txt\n"},
         {"vkreport", {"storage", "empty0"},             4, "", "vkreport: the plug-in gave an empty answer for 'vkreport storage empty0'\n"},
     };
     // clang-format on
