@@ -90,3 +90,15 @@ NoXmlBuffers::~NoXmlBuffers() {
 }
 
 }  // namespace kvsup_test
+
+namespace kvsup_test {
+std::string Bits(uint32_t value) {
+    std::string text(32, '0');
+    for (int i = 0; i < 32; ++i) {
+        if ((value >> (31 - i)) & 1u) {
+            text[static_cast<std::size_t>(i)] = '1';
+        }
+    }
+    return text;
+}
+}  // namespace kvsup_test

@@ -57,3 +57,8 @@ class NoXmlBuffers {
 };
 
 }  // namespace kvsup_test
+
+namespace kvsup_test {
+// A mask as the agent prints it: 32 digits, most significant first.
+std::string Bits(uint32_t value);
+}  // namespace kvsup_test
