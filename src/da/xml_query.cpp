@@ -106,32 +106,50 @@ struct ParsedXml {
     }
 };
 
+// Whether this thread's cache entry still exists: buffers that are freed
+// while the thread ends (statics of the main thread are destroyed after its
+// thread-locals) must not reach it. Trivially destructible, so it outlives
+// the entry.
+thread_local bool tCacheAlive = true;
+
+struct CacheEntry : ParsedXml {
+    CacheEntry() = default;
+    CacheEntry(const CacheEntry&) = delete;
+    CacheEntry& operator=(const CacheEntry&) = delete;
+    ~CacheEntry() {
+        Clear();
+        tCacheAlive = false;
+    }
+};
+
 // One entry per thread: the plug-in creates no threads, and a host that
 // calls from several threads gives each its own entry, so no lock is needed.
 // The key (buffer address, generation, content size) cannot match a freed or
 // changed buffer: every change of content takes a new generation, and a
 // generation is never reused by another buffer, even at the same address.
-thread_local ParsedXml tParsed;
+thread_local CacheEntry tParsed;
 
-// The parse of buf's content, from the cache when it holds that content.
-const ParsedXml& ParsedFor(const OCSXBuf* buf) {
-    if (tParsed.Holds(buf)) {
-        return tParsed;
+// The parse of buf's content: the cache entry, refilled unless it already
+// holds that content; scratch once the entry is gone.
+const ParsedXml& ParsedFor(const OCSXBuf* buf, ParsedXml& scratch) {
+    ParsedXml& entry = tCacheAlive ? static_cast<ParsedXml&>(tParsed) : scratch;
+    if (entry.Holds(buf)) {
+        return entry;
     }
-    tParsed.Clear();
+    entry.Clear();
     try {
-        tParsed.doc = Parse(buf->pContent, buf->contentSize);
-        if (tParsed.doc) {
-            tParsed.Index();
+        entry.doc = Parse(buf->pContent, buf->contentSize);
+        if (entry.doc) {
+            entry.Index();
         }
     } catch (const std::bad_alloc&) {
-        tParsed.Clear();
-        return tParsed;  // reads as "does not parse", and is not kept
+        entry.Clear();
+        return entry;  // reads as "does not parse", and is not kept
     }
-    tParsed.buf = buf;
-    tParsed.generation = buf->generation;
-    tParsed.size = buf->contentSize;
-    return tParsed;
+    entry.buf = buf;
+    entry.generation = buf->generation;
+    entry.size = buf->contentSize;
+    return entry;
 }
 
 // Copies text cut to capacity - 1 bytes and terminated.
@@ -163,7 +181,7 @@ using ListPtr = std::unique_ptr<SXDOMGenericList, ListFree>;
 namespace da {
 
 void ForgetParsedXml(const OCSXBuf* buf) {
-    if (buf != nullptr && tParsed.buf == buf) {
+    if (buf != nullptr && tCacheAlive && tParsed.buf == buf) {
         tParsed.Clear();
     }
 }
@@ -176,7 +194,8 @@ int32_t GetNthTagValueWithSize(const char* tag, char* out, uint32_t capacity, ui
         buf->pContent == nullptr) {
         return XMLSUP_BAD_ARGS;
     }
-    const ParsedXml& parsed = ParsedFor(buf);
+    ParsedXml scratch;
+    const ParsedXml& parsed = ParsedFor(buf, scratch);
     if (!parsed.doc) {
         return XMLSUP_BAD_XML;
     }
@@ -198,7 +217,8 @@ int32_t QueryNthQXStorObjElementWithSize(const char* tag, char* out, uint32_t ca
         buf->pContent == nullptr) {
         return kDANotValid;
     }
-    const ParsedXml& parsed = ParsedFor(buf);
+    ParsedXml scratch;
+    const ParsedXml& parsed = ParsedFor(buf, scratch);
     if (!parsed.doc) {
         TraceLevel4("QueryNthQXStorObjElement(): pRootNode is NULL \n");
         return kDANotValid;
