@@ -128,7 +128,7 @@ std::string UsageCommand(const std::string& command) {
     return out;
 }
 
-std::string Printf(std::string_view format, const std::string& program) {
+std::string WithProgram(std::string_view format, const std::string& program) {
     std::string out;
     for (size_t i = 0; i < format.size(); ++i) {
         if (format[i] == '%' && i + 1 < format.size() && format[i + 1] == 's') {
@@ -361,7 +361,7 @@ int Run(int argc, char** argv) {
         Outcome out;
         if (opts.help || opts.version) {
             out.status = opts.help ? Status::Usage : Status::Ok;
-            out.text = opts.help ? Printf(kHelp, program) : program + " " + VK_VERSION + "\n";
+            out.text = opts.help ? WithProgram(kHelp, program) : program + " " + VK_VERSION + "\n";
             out.xml = "<Text>" + XmlEscape(out.text) + "</Text>";
         } else if (opts.words.empty()) {
             throw HostError(kExitCommandLine, "no command given (try '" + program +
