@@ -66,3 +66,10 @@ bool isTagName(std::string_view tag) {
     return true;
 }
 }  // namespace kvda
+
+namespace kvda {
+void appendListItem(std::string& list, std::string_view separator, std::string_view item) {
+    if (!list.empty()) list += separator;
+    list += item;
+}
+}  // namespace kvda

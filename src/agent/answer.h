@@ -28,4 +28,6 @@ void appendEscaped(std::string& out, std::string_view text);
 namespace kvda {
 // Property names must be usable as element names.
 bool isTagName(std::string_view tag);
+// Appends an item to a list, with the separator before all but the first.
+void appendListItem(std::string& list, std::string_view separator, std::string_view item);
 }  // namespace kvda

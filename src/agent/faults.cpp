@@ -46,11 +46,15 @@ std::vector<Store::Change> faultChanges(const Estate& estate, const Object& obj,
             out.push_back(
                 {obj.oid, std::string(r.tag), std::string(failed ? r.failed : r.replaced)});
     if (out.empty())
-        throw Error("a " + obj.kind +
+        throw Error(std::string("a ") + obj.kind +
                     " cannot be failed or replaced; try a pdisk, battery, fan, "
                     "pwrsupply, emm, tempprobe, nvmeadapter or tape");
     if (obj.kind == kind::kDisk) {
-        if (!failed) out.push_back({obj.oid, "SerialNo", "R" + std::to_string(900000 + obj.oid)});
+        if (!failed) {
+            std::string serial = "R";  // a new disk in the slot
+            serial += std::to_string(900000 + obj.oid);
+            out.push_back({obj.oid, "SerialNo", serial});
+        }
         if (const Object* vd = estate.byOid(std::atoll(obj.get("_vd").c_str()))) {
             // A replaced member comes back online at once: rebuild time is
             // not simulated here.

@@ -52,9 +52,14 @@ std::string addrKey(std::string_view kind, int64_t ctrl, std::string_view addr) 
 void Estate::index() {
     byOid_.clear();
     byAddr_.clear();
+    byKind_.clear();
+    byKindCtrl_.clear();
     for (size_t i = 0; i < objects.size(); ++i) {
-        byOid_[objects[i].oid] = i;
-        byAddr_[addrKey(objects[i].kind, objects[i].ctrl, objects[i].addr)] = i;
+        const Object& o = objects[i];
+        byOid_[o.oid] = i;
+        byAddr_[addrKey(o.kind, o.ctrl, o.addr)] = i;
+        byKind_[o.kind].push_back(&o);
+        byKindCtrl_[addrKey(o.kind, o.ctrl, "")].push_back(&o);
     }
 }
 
@@ -74,17 +79,13 @@ const Object* Estate::find(std::string_view kind, int64_t ctrl, std::string_view
 }
 
 std::vector<const Object*> Estate::all(std::string_view kind) const {
-    std::vector<const Object*> out;
-    for (const auto& o : objects)
-        if (o.kind == kind) out.push_back(&o);
-    return out;
+    auto it = byKind_.find(std::string(kind));
+    return it == byKind_.end() ? std::vector<const Object*>{} : it->second;
 }
 
 std::vector<const Object*> Estate::of(std::string_view kind, int64_t ctrl) const {
-    std::vector<const Object*> out;
-    for (const auto& o : objects)
-        if (o.kind == kind && o.ctrl == ctrl) out.push_back(&o);
-    return out;
+    auto it = byKindCtrl_.find(addrKey(kind, ctrl, ""));
+    return it == byKindCtrl_.end() ? std::vector<const Object*>{} : it->second;
 }
 
 std::vector<const Object*> Estate::children(std::string_view kind, int64_t parent) const {
@@ -117,10 +118,30 @@ uint32_t fromMask(std::string_view text) {
 // out now. Predicates read the effective (overridden) state.
 namespace {
 
+// What a controller's rules need to know about its disks, gathered in one pass.
+struct DiskSummary {
+    bool readyFree = false, ready = false, foreign = false, nonRaid = false;
+};
+
+DiskSummary summarize(const Estate& estate, int64_t ctrl) {
+    DiskSummary s;
+    for (const Object* d : estate.of(kind::kDisk, ctrl)) {
+        long long st = d->num("ObjState");
+        s.ready |= st == state::kReady;
+        s.foreign |= st == state::kForeign;
+        s.nonRaid |= st == state::kNonRaid;
+        if (st == state::kReady && !s.readyFree)
+            s.readyFree = !(fromMask(d->get("AttributesMask")) &
+                            (diskattr::kGlobalHotSpare | diskattr::kDedicatedHotSpare));
+    }
+    return s;
+}
+
 struct Ctx {
     const Estate& estate;
     const Object& obj;
     const Object* ctrl;
+    DiskSummary disks;
     int st() const { return static_cast<int>(obj.num("ObjState")); }
     uint32_t attrs() const { return fromMask(obj.get("AttributesMask")); }
     uint32_t ctrlAttrs() const { return ctrl ? fromMask(ctrl->get("AttributesMask")) : 0; }
@@ -155,21 +176,13 @@ bool ctrlCacheCade(const Ctx& c) {
 }
 bool ctrlHasRoom(const Ctx& c) {
     auto vds = c.estate.of(kind::kVdisk, c.obj.num("GlobalNo"));
-    if (static_cast<long long>(vds.size()) >= c.obj.num("MaxVDAllowed")) return false;
-    for (const Object* d : c.estate.of(kind::kDisk, c.obj.num("GlobalNo")))
-        if (d->num("ObjState") == state::kReady &&
-            !(fromMask(d->get("AttributesMask")) &
-              (diskattr::kGlobalHotSpare | diskattr::kDedicatedHotSpare)))
-            return true;
-    return false;
+    return static_cast<long long>(vds.size()) < c.obj.num("MaxVDAllowed") && c.disks.readyFree;
 }
 bool ctrlHasVdisks(const Ctx& c) {
     return !c.estate.of(kind::kVdisk, c.obj.num("GlobalNo")).empty();
 }
 bool ctrlHasForeign(const Ctx& c) {
-    for (const Object* d : c.estate.of(kind::kDisk, c.obj.num("GlobalNo")))
-        if (d->num("ObjState") == state::kForeign) return true;
-    return false;
+    return c.disks.foreign;
 }
 bool ctrlPatrolManualIdle(const Ctx& c) {
     return c.obj.num("PatrolReadMode") == 2 && c.obj.num("PatrolReadState") != 1;
@@ -181,14 +194,10 @@ bool ctrlPinnedCache(const Ctx& c) {
     return c.obj.num("PreservedCache") == 1;
 }
 bool ctrlHasNonRaid(const Ctx& c) {
-    for (const Object* d : c.estate.of(kind::kDisk, c.obj.num("GlobalNo")))
-        if (d->num("ObjState") == state::kNonRaid) return true;
-    return false;
+    return c.disks.nonRaid;
 }
 bool ctrlHasReady(const Ctx& c) {
-    for (const Object* d : c.estate.of(kind::kDisk, c.obj.num("GlobalNo")))
-        if (d->num("ObjState") == state::kReady) return true;
-    return false;
+    return c.disks.ready;
 }
 
 bool isHotSpare(const Ctx& c) {
@@ -466,7 +475,8 @@ Props effectiveProps(const Estate& estate, const Object& obj) {
     const Object* ctrl = obj.ctrl >= 0
                              ? estate.find(kind::kController, obj.ctrl, std::to_string(obj.ctrl))
                              : nullptr;
-    Ctx ctx{estate, obj, ctrl};
+    Ctx ctx{estate, obj, ctrl,
+            obj.kind == kind::kController ? summarize(estate, obj.ctrl) : DiskSummary{}};
     std::array<uint32_t, 2> master{}, current{};
     bool any[2] = {false, false};
     for (const Rule& r : kRules) {

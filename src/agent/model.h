@@ -117,6 +117,9 @@ class Estate {
   private:
     std::unordered_map<int64_t, size_t> byOid_;
     std::unordered_map<std::string, size_t> byAddr_;
+    // Objects by kind, and by kind and controller, in list order.
+    std::unordered_map<std::string, std::vector<const Object*>> byKind_;
+    std::unordered_map<std::string, std::vector<const Object*>> byKindCtrl_;
 };
 
 std::string toMask(uint32_t value);

@@ -10,6 +10,7 @@
 #include <set>
 #include <sstream>
 
+#include "answer.h"
 #include "sqlite.h"
 
 namespace kvda {
@@ -88,7 +89,7 @@ class Node {
         for (const auto& [k, v] : j_.items())
             if (std::find(keys.begin(), keys.end(), k) == keys.end()) {
                 std::string valid;
-                for (auto key : keys) valid += (valid.empty() ? "" : ", ") + std::string(key);
+                for (auto key : keys) appendListItem(valid, ", ", std::string(key));
                 child(k).fail("unknown field; valid fields: " + valid);
             }
     }
@@ -102,7 +103,7 @@ class Node {
         Node a = child(key);
         if (!a.j_.is_array()) a.fail("expected an array");
         for (size_t i = 0; i < a.j_.size(); ++i)
-            out.emplace_back(a.j_[i], a.path_ + "[" + std::to_string(i) + "]");
+            out.emplace_back(a.j_[i], a.path_ + std::string("[") + std::to_string(i) + "]");
         return out;
     }
     long long integer(std::string_view key, long long def, long long lo, long long hi) const {
@@ -111,8 +112,8 @@ class Node {
         if (!n.j_.is_number_integer()) n.fail("expected an integer");
         long long v = n.j_.get<long long>();
         if (v < lo || v > hi)
-            n.fail("value " + std::to_string(v) + " out of range " + std::to_string(lo) + " to " +
-                   std::to_string(hi));
+            n.fail(std::string("value ") + std::to_string(v) + std::string(" out of range ") +
+                   std::to_string(lo) + " to " + std::to_string(hi));
         return v;
     }
     std::string text(std::string_view key, std::string def) const {
@@ -134,7 +135,7 @@ class Node {
         for (const Word& w : table)
             if (w.word == s) return w.value;
         std::string valid;
-        for (const Word& w : table) valid += (valid.empty() ? "" : ", ") + std::string(w.word);
+        for (const Word& w : table) appendListItem(valid, ", ", std::string(w.word));
         fail("unknown value '" + s + "'; valid values: " + valid);
     }
     template <size_t N>
@@ -269,7 +270,7 @@ void Builder::build(const Node& root) {
         int64_t g = l.integer("controller", 0, 0, 1 << 20);
         std::string vd = std::to_string(l.integer("vdisk", 0, 0, 1 << 20));
         if (!estate.find(kind::kVdisk, g, vd))
-            l.fail("no virtual disk " + vd + " on controller " + std::to_string(g));
+            l.fail("no virtual disk " + vd + std::string(" on controller ") + std::to_string(g));
         std::string name = l.text("name", "");
         if (name.empty()) l.fail("a cached LUN needs a name");
         Object& o = add(kind::kCachedLun, g, 0, name);
@@ -414,7 +415,7 @@ void Builder::controller(const Node& n, int64_t gno) {
         b.expectObject({"state", "learn_mode", "max_learn_delay", "props"});
         Object& o = add(kind::kBattery, gno, ctrlOid, std::to_string(bat));
         o.set("BatteryID", std::to_string(bat++));
-        o.set("Name", "Battery " + std::to_string(bat - 1));
+        o.set("Name", std::string("Battery ") + std::to_string(bat - 1));
         o.set("ObjState", std::to_string(b.choice("state", "ready", kBatteryStates)));
         o.set("LearnState", "0");
         o.set("LearnMode", std::to_string(b.choice("learn_mode", "auto", kLearnModes)));
@@ -430,10 +431,10 @@ void Builder::controller(const Node& n, int64_t gno) {
         for (long long i = 0; i < count; ++i) {
             Object& o = add(kind::kNvme, gno, ctrlOid, std::to_string(nv));
             o.set("Channel", std::to_string(nv));
-            o.set("Name", "NVMe Adapter " + std::to_string(nv++));
+            o.set("Name", std::string("NVMe Adapter ") + std::to_string(nv++));
             o.set("Vendor", a.text("vendor", "Kestrel"));
             o.set("ProductID", a.text("model", "KX-N7 1.6TB"));
-            o.set("SerialNo", "NV" + std::to_string(10000 + o.oid));
+            o.set("SerialNo", std::string("NV") + std::to_string(10000 + o.oid));
             o.set("Length", std::to_string(a.integer("capacity_gb", 1600, 1, 1 << 20) * kGiB));
             o.set("BusProtocol", std::to_string(bus::kPcie));
             o.set("IsDeviceNVME", "1");
@@ -461,7 +462,8 @@ void Builder::controller(const Node& n, int64_t gno) {
                     static_cast<long long>(free.size()) < each)
                     free.push_back(o.oid);
             if (static_cast<long long>(free.size()) < each)
-                g.fail("not enough ready disks for virtual disk " + std::to_string(vdNo));
+                g.fail(std::string("not enough ready disks for virtual disk ") +
+                       std::to_string(vdNo));
             vdisk(g, gno, ctrlOid, free, vdNo++);
         }
     }
@@ -505,7 +507,8 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
                 o.set("EnclosureType", std::to_string(type));
                 o.set("SlotCount", std::to_string(e.integer("slots", 12, 1, 256)));
                 o.set("ObjState", "1");
-                o.set("ServiceTag", type == 2 ? "SHLF" + std::to_string(1000 + o.oid) : "");
+                o.set("ServiceTag",
+                      type == 2 ? std::string("SHLF") + std::to_string(1000 + o.oid) : "");
                 o.set("AssetTag", "");
                 o.set("AssetName", "");
                 o.set("MaxAssetTagLength", "10");
@@ -528,11 +531,12 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
                   Part{kind::kProbe, "probes", "Temperature Probe", shelf ? 2 : 1}}) {
                 long long cnt = e.integer(p.key, p.def, 0, 64);
                 for (long long i = 0; i < cnt; ++i) {
-                    Object& o = add(p.kind, gno, encOid, addr + "/" + std::to_string(i));
+                    Object& o =
+                        add(p.kind, gno, encOid, addr + std::string("/") + std::to_string(i));
                     o.set("Channel", cs);
                     o.set("EnclosureID", ids);
                     o.set("Index", std::to_string(i));
-                    o.set("Name", std::string(p.name) + " " + std::to_string(i));
+                    o.set("Name", std::string(p.name) + std::string(" ") + std::to_string(i));
                     o.set("ObjState", "1");
                     if (p.kind == kind::kFan) o.set("Speed", "5400");
                     if (p.kind == kind::kPowerSupply) o.set("Watts", "800");
@@ -574,7 +578,8 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
                 if (++slot >= capacity(enc)) {
                     slot = 0;
                     if (enc < 0 || ++enc >= static_cast<long long>(encs.size()))
-                        g.fail("not enough free slots for " + std::to_string(count) + " disks");
+                        g.fail(std::string("not enough free slots for ") + std::to_string(count) +
+                               " disks");
                 }
             }
             used.insert({enc, slot});
@@ -584,10 +589,10 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
     for (const Node& t : n.array("tapes")) {
         t.expectObject({"target", "vendor", "model", "props"});
         long long target = t.integer("target", 0, 0, 255);
-        Object& o = add(kind::kTape, gno, connOid, cs + ":" + std::to_string(target));
+        Object& o = add(kind::kTape, gno, connOid, cs + std::string(":") + std::to_string(target));
         o.set("Channel", cs);
         o.set("TargetID", std::to_string(target));
-        o.set("Name", "Tape " + cs + ":" + std::to_string(target));
+        o.set("Name", "Tape " + cs + std::string(":") + std::to_string(target));
         o.set("Vendor", t.text("vendor", "Kestrel"));
         o.set("ProductID", t.text("model", "KT-LTO8"));
         o.set("BusProtocol", std::to_string(proto));
@@ -619,11 +624,11 @@ void Builder::disk(const Node& d, int64_t gno, int64_t chan, int64_t proto,
     if (enc >= 0) {
         const Object& e = at(encs[static_cast<size_t>(enc)]);
         encIds = e.get("EnclosureID");
-        addr = cs + ":" + encIds + ":" + std::to_string(slot);
+        addr = cs + ":" + encIds + std::string(":") + std::to_string(slot);
         attrs |= diskattr::kInEnclosure;
         parent = e.oid;
     } else {
-        addr = cs + ":" + std::to_string(slot);
+        addr = cs + std::string(":") + std::to_string(slot);
         parent = estate.objects.back().oid;
         for (auto it = estate.objects.rbegin(); it != estate.objects.rend(); ++it)
             if (it->kind == kind::kConnector) {
@@ -649,7 +654,7 @@ void Builder::disk(const Node& d, int64_t gno, int64_t chan, int64_t proto,
                          kGiB));
     o.set("Vendor", d.text("vendor", "Kestrel"));
     o.set("ProductID", d.text("model", med == media::kSsd ? "KS-E3 960" : "KH-10K 2.4T"));
-    o.set("SerialNo", d.text("serial", "S" + std::to_string(700000 + o.oid)));
+    o.set("SerialNo", d.text("serial", std::string("S") + std::to_string(700000 + o.oid)));
     o.set("FirmwareVer", d.text("firmware", "KA02"));
     o.set("IsDeviceNVME", dproto == bus::kPcie ? "1" : "0");
     o.set("ISECapable", d.flag("ise", med == media::kSsd) ? "1" : "0");
@@ -667,7 +672,7 @@ std::vector<int64_t> Builder::resolveDisks(const Node& list, int64_t gno) {
     if (!list.raw().is_array() || list.raw().empty())
         list.fail("expected a non-empty array of disk ids");
     for (size_t i = 0; i < list.raw().size(); ++i) {
-        Node d(list.raw()[i], list.path() + "[" + std::to_string(i) + "]");
+        Node d(list.raw()[i], list.path() + std::string("[") + std::to_string(i) + "]");
         if (!d.raw().is_string()) d.fail("expected a disk id such as \"0:0:1\"");
         const Object* o = estate.find(kind::kDisk, gno, d.raw().get<std::string>());
         if (!o)
@@ -716,11 +721,12 @@ void Builder::vdisk(const Node& v, int64_t gno, int64_t ctrlOid, std::vector<int
     for (auto [l, m] : {MinDisks{2, 1}, MinDisks{4, 2}, MinDisks{64, 3}, MinDisks{128, 4},
                         MinDisks{512, 4}, MinDisks{2048, 6}, MinDisks{262144, 8}})
         if (l == layout && n < m)
-            v.fail("RAID layout " + std::to_string(layout) + " needs at least " +
+            v.fail(std::string("RAID layout ") + std::to_string(layout) + " needs at least " +
                    std::to_string(m) + " disks");
     const long long spans =
         v.integer("spans", (layout == 512 || layout == 2048 || layout == 262144) ? 2 : 1, 1, 8);
-    if (n % spans) v.fail("the disks do not divide into " + std::to_string(spans) + " spans");
+    if (n % spans)
+        v.fail(std::string("the disks do not divide into ") + std::to_string(spans) + " spans");
     long long smallest = 0;
     for (int64_t m : members) {
         long long len = at(m).num("Length");
@@ -756,12 +762,12 @@ void Builder::vdisk(const Node& v, int64_t gno, int64_t ctrlOid, std::vector<int
         o.set("ReconfigState", "0");
         o.set("AttributesMask", toMask(0));
         std::string list;
-        for (int64_t m : members) list += (list.empty() ? "" : ",") + std::to_string(m);
+        for (int64_t m : members) appendListItem(list, ",", std::to_string(m));
         o.set("_members", list);
         apply(o, v.props());
     }
     for (long long s = 0; s < spans; ++s) {
-        Object& sp = add(kind::kSpan, gno, vdOid, num + "/" + std::to_string(s));
+        Object& sp = add(kind::kSpan, gno, vdOid, num + std::string("/") + std::to_string(s));
         sp.set("LogicalDriveNum", num);
         sp.set("SpanID", std::to_string(s));
         sp.set("Layout", std::to_string(spans > 1 ? (layout == 512    ? 4

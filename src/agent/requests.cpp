@@ -49,7 +49,8 @@ struct Ctx {
     int64_t ctrl() const {
         int64_t g = number("GlobalNo");
         if (!estate.find(kind::kController, g, std::to_string(g)))
-            throw RequestError{status::kNoSuchObject, "no controller " + std::to_string(g)};
+            throw RequestError{status::kNoSuchObject,
+                               std::string("no controller ") + std::to_string(g)};
         return g;
     }
     const Object& one(std::string_view k, int64_t g, const std::string& addr,
@@ -57,7 +58,8 @@ struct Ctx {
         const Object* o = estate.find(k, g, addr);
         if (!o)
             throw RequestError{status::kNoSuchObject, "no " + std::string(what) + " " + addr +
-                                                          " on controller " + std::to_string(g)};
+                                                          std::string(" on controller ") +
+                                                          std::to_string(g)};
         return *o;
     }
     const Object& controller() const {
@@ -425,8 +427,9 @@ void passThruCaps(Ctx& c, const std::vector<std::string>& args) {
     for (int64_t id : ids) {
         const Object* d = c.estate.byOid(id);
         if (!d || d->kind != kind::kDisk || d->ctrl != ctl->ctrl)
-            throw RequestError{status::kNoSuchObject, "no disk with ObjID " + std::to_string(id) +
-                                                          " on controller " + ctl->get("GlobalNo")};
+            throw RequestError{status::kNoSuchObject, std::string("no disk with ObjID ") +
+                                                          std::to_string(id) + " on controller " +
+                                                          ctl->get("GlobalNo")};
         if (!smallest || d->num("Length") < smallest) smallest = d->num("Length");
     }
     const long long n = static_cast<long long>(ids.size());
@@ -442,7 +445,7 @@ void passThruCaps(Ctx& c, const std::vector<std::string>& args) {
             const long long minSpan = r.layout == 512 ? 2 : r.layout == 2048 ? 3 : 4;
             for (long long sl = minSpan; sl <= n / 2; ++sl)
                 if (n % sl == 0 && (r.layout != 512 || sl % 2 == 0))
-                    lengths += (lengths.empty() ? "" : ",") + std::to_string(sl);
+                    appendListItem(lengths, ",", std::to_string(sl));
             if (lengths.empty()) continue;
             long long sl = spanLength;
             if (sl <= 0 || n % sl) sl = std::atoll(lengths.c_str());
@@ -462,11 +465,11 @@ void sendPassThru(Ctx& c) {
     int64_t count = c.number("NumQXSIFArgs");
     std::vector<std::string> args;
     for (int64_t i = 0; i < count; ++i) {
-        const std::string* v = c.req.get("param" + std::to_string(i));
+        const std::string* v = c.req.get(std::string("param") + std::to_string(i));
         if (!v)
             throw RequestError{status::kMissingIdentifier,
-                               "NumQXSIFArgs is " + std::to_string(count) + " but param" +
-                                   std::to_string(i) + " is missing"};
+                               std::string("NumQXSIFArgs is ") + std::to_string(count) +
+                                   " but param" + std::to_string(i) + " is missing"};
         args.push_back(*v);
     }
     auto is = [&](std::initializer_list<std::string_view> words) {
@@ -490,7 +493,7 @@ void sendPassThru(Ctx& c) {
         // accepted; there is nothing to debug in a simulated controller
     } else {
         std::string line;
-        for (const auto& a : args) line += (line.empty() ? "" : " ") + a;
+        for (const auto& a : args) appendListItem(line, " ", a);
         throw RequestError{status::kUnknownRequest, "unknown pass-through command '" + line + "'"};
     }
 }

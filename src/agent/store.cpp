@@ -14,6 +14,10 @@ namespace kvda {
 
 namespace fs = std::filesystem;
 
+namespace {
+constexpr size_t kJournalBatch = 64;
+}  // namespace
+
 fs::path defaultStatePath() {
     if (const char* s = std::getenv("KVDA_STATE"); s && *s) return fs::path(s);
     if (geteuid() == 0) return fs::path("/var/lib/vk/kvda.db");
@@ -76,7 +80,7 @@ Store::Store(const fs::path& path) : db_(ensureDir(path).string()) {
     std::string version = v.step() ? v.text(0) : "none";
     if (version != std::to_string(kSchemaVersion))
         throw Error("state file " + path.string() + " has schema version " + version +
-                    "; this kvda reads version " + std::to_string(kSchemaVersion) +
+                    std::string("; this kvda reads version ") + std::to_string(kSchemaVersion) +
                     " (recreate it with: kvda init --force)");
     t.commit();
 }
@@ -118,6 +122,7 @@ void Store::bump() {
 }
 
 void Store::replace(const Estate& estate, const std::string& profile) {
+    flushJournal();
     Transaction t(db_, true);
     writeObjects(estate);
     Stmt p(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES('profile', ?1)");
@@ -126,8 +131,12 @@ void Store::replace(const Estate& estate, const std::string& profile) {
 }
 
 int64_t Store::generation() {
-    Stmt s(db_, "SELECT CAST(value AS INTEGER) FROM meta WHERE key='generation'");
-    return s.step() ? s.integer(0) : 0;
+    if (!generation_)
+        generation_ = std::make_unique<Stmt>(
+            db_, "SELECT CAST(value AS INTEGER) FROM meta WHERE key='generation'");
+    int64_t g = generation_->step() ? generation_->integer(0) : 0;
+    generation_->reset();
+    return g;
 }
 
 std::string Store::meta(const std::string& key) {
@@ -160,6 +169,7 @@ Estate Store::load() {
 }
 
 void Store::setOverride(int64_t oid, const std::string& tag, const std::string& value) {
+    flushJournal();
     Transaction t(db_, true);
     Stmt s(db_, "INSERT OR REPLACE INTO overrides(oid, tag, value) VALUES(?1, ?2, ?3)");
     s.bind(1, oid).bind(2, tag).bind(3, value).run();
@@ -168,6 +178,7 @@ void Store::setOverride(int64_t oid, const std::string& tag, const std::string& 
 }
 
 bool Store::unsetOverride(int64_t oid, const std::string& tag) {
+    flushJournal();
     Transaction t(db_, true);
     Stmt s(db_, "DELETE FROM overrides WHERE oid=?1 AND tag=?2");
     s.bind(1, oid).bind(2, tag).run();
@@ -178,12 +189,14 @@ bool Store::unsetOverride(int64_t oid, const std::string& tag) {
 }
 
 void Store::applyChanges(const std::vector<Change>& changes) {
+    flushJournal();
     Transaction t(db_, true);
     Stmt get(db_, "SELECT props FROM objects WHERE oid=?1");
     Stmt put(db_, "UPDATE objects SET props=?2 WHERE oid=?1");
     for (const Change& c : changes) {
         get.bind(1, c.oid);
-        if (!get.step()) throw Error("object " + std::to_string(c.oid) + " no longer exists");
+        if (!get.step())
+            throw Error(std::string("object ") + std::to_string(c.oid) + " no longer exists");
         Object o;
         o.props = jsonProps(get.text(0));
         get.reset();
@@ -199,13 +212,29 @@ void Store::journal(const std::string& line) {
     auto now = system_clock::to_time_t(system_clock::now());
     char stamp[32];
     std::strftime(stamp, sizeof stamp, "%Y-%m-%dT%H:%M:%S", std::gmtime(&now));
+    pending_.emplace_back(stamp, line);
+    if (pending_.size() >= kJournalBatch) flushJournal();
+}
+
+void Store::flushJournal() {
+    if (pending_.empty()) return;
     Transaction t(db_, true);
     Stmt s(db_, "INSERT INTO journal(at, line) VALUES(?1, ?2)");
-    s.bind(1, std::string_view(stamp)).bind(2, line).run();
+    for (const auto& [at, line] : pending_) s.bind(1, at).bind(2, line).run();
     t.commit();
+    pending_.clear();
+}
+
+Store::~Store() {
+    try {
+        flushJournal();
+    } catch (const std::exception&) {
+        // the journal is a record, not state: losing it must not fail a command
+    }
 }
 
 std::vector<std::string> Store::journalLines() {
+    flushJournal();
     std::vector<std::string> out;
     Stmt s(db_, "SELECT line FROM journal ORDER BY seq");
     while (s.step()) out.push_back(s.text(0));
@@ -213,6 +242,7 @@ std::vector<std::string> Store::journalLines() {
 }
 
 void Store::clearJournal() {
+    pending_.clear();
     Transaction t(db_, true);
     db_.exec("DELETE FROM journal");
     t.commit();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -39,7 +40,14 @@ class Store {
     };
     void applyChanges(const std::vector<Change>& changes);
 
+    // Journal lines are kept and written in one transaction when many are
+    // pending, before any other write, when the journal is read and when the
+    // store closes: a query then costs no write of its own.
     void journal(const std::string& line);
+    void flushJournal();
+    ~Store();
+    Store(const Store&) = delete;
+    Store& operator=(const Store&) = delete;
     std::vector<std::string> journalLines();
     void clearJournal();
 
@@ -50,6 +58,8 @@ class Store {
     void writeObjects(const Estate& estate);
     void bump();
     Db db_;
+    std::vector<std::pair<std::string, std::string>> pending_;  // time, line
+    std::unique_ptr<Stmt> generation_;
 };
 
 }  // namespace kvda

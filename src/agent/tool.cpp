@@ -138,7 +138,7 @@ const Object& target(Agent& agent, const std::vector<std::string>& args,
     const Object* o = agent.estate().find(ad.kind, ad.ctrl, ad.addr);
     if (!o) {
         std::string all;
-        for (const auto& w : words) all += (all.empty() ? "" : " ") + w;
+        for (const auto& w : words) appendListItem(all, " ", w);
         throw Error("no such object: " + all);
     }
     return *o;
