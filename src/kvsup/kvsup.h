@@ -318,39 +318,41 @@ int32_t IsUserVirtualDiskNameValidForController(const char* globalNo, const char
                                                 uint32_t errTextSize);
 
 /* ======================================================================
- * Controller rules chosen by this library (see the comments in
- * controller_rules.cpp for each rule)
+ * Controller rules settled by this library (controller_rules.cpp states
+ * each rule beside its code)
  * ====================================================================== */
 
-/* Rewrites the list's "Layout=512" pair as "Layout=524288" (RAID 1E) when
- * RAID 10 is asked of a controller that offers RAID 1E and either lacks
- * RAID 10 or (K310) builds single spans of 22 or 26 disks as RAID 1E; never
- * with flag A. Returns 0, or -1 when the list has no Layout pair. */
+/* Rewrites the list's "Layout=512" entry as "Layout=524288" (RAID 1E) when
+ * RAID 10 is asked of a controller that offers RAID 1E, flag A is clear,
+ * and the controller either lacks RAID 10 or is a K310 given a span length
+ * of 22 or 26. Returns 0. */
 int32_t ModifyRaid10InputValueValidForController(uint32_t* nvCount, const char** nvList,
                                                  uint32_t raidLevelsMask, const char* spanLength,
                                                  int32_t isK310, int32_t flagA);
-/* Properties: 1 abort consistency check on error, 2 revertible hot spare,
- * 3 auto replace member, 4 load balance, 6 persistent hot spare, 9 power
- * management check, 13 non-RAID disk cache policy. 0 allowed, 777 the
- * controller cannot take the property, another non-zero when the value is
- * already in force; -1 no answer; 272. */
+/* Properties: 1 abort consistency check on error, 2 copyback (revertible
+ * hot spare), 3 auto replace member, 4 load balance, 6 persistent hot
+ * spare, 9 power management, 13 non-RAID disk cache policy. 0 allowed; 777
+ * the controller does not carry the property; 444 (555 for property 6)
+ * the value is already in force; -1 no answer; 272. */
 int32_t IsControllerPropertyDuplicate(const char* globalNo, const char* value, int32_t property);
-/* modeValue: the "ControllerMode" pair's value (1 raid, 2 hba). 0 allowed;
- * otherwise a status and validModes names the modes that would be. */
+/* modeValue: the "ControllerMode" pair's value (1 raid, 2 hba). 0 allowed,
+ * 1777 already in that mode, 1615 hba while virtual disks exist, -1 not a
+ * mode, 1655 present mode unreadable, 272. validModes: the other modes. */
 int32_t IsControllerModeValid(const char* modeValue, const char* globalNo, std::string& validModes);
 /* modeValue: the "PatrolReadMode" pair's value (1 auto, 2 manual, 4
- * disable). 0 allowed, else -1 with the allowed modes in validModes. */
+ * disable). 0 allowed; -1 otherwise, validModes naming the allowed modes
+ * (none on a controller not in RAID mode). */
 int32_t IsPatrolReadModeValid(const char* modeValue, const char* globalNo, std::string& validModes);
 /* mode 0: key id; mode 1: pass phrase. 0, or 1703/1704/1705/1707/1709. */
 int32_t IsUserPassphraseValid(const char* text, int32_t mode);
-/* 1 when any controller of the list has bus protocol 9 (PCIe), else 0. */
+/* 1 when a controller of the list has bus protocol 9 (PCIe), else 0. */
 int32_t IsPCIeSubsystempresent(void);
 /* deviceClass 0 SAS/SATA, 1 PCIe: the present threshold into threshold
- * (cut to its size). 0, -1 no answer or tag, 272. */
+ * (cut to its size). 0; -1 no answer, no tag or another class; 272. */
 int32_t GetRRWEThresholdValue(int32_t deviceClass, char* threshold, uint32_t thresholdSize);
-/* sizeInBytes must be a number larger than the virtual disk's present
- * Length and within its free room; 0 valid, -1 otherwise. */
+/* sizeInBytes (digits) must exceed the virtual disk's present Length,
+ * copied to presentLength. 0 valid, -1 otherwise, 272. */
 int32_t IsUserSizeParameterValidForReconfigure(const char* globalNo, const char* vdNum,
-                                               const char* sizeInBytes, std::string& limit);
+                                               const char* sizeInBytes, std::string& presentLength);
 
 #endif
