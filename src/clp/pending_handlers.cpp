@@ -16,26 +16,6 @@ CLPSResponse* NotAvailable(uint32_t argc, const char** argv, const char* command
 }  // namespace
 
 // clang-format off
-CLPSResponse* ReportVersion(uint32_t argc, const char** argv)       { return NotAvailable(argc, argv, "vkreport system version"); }
-CLPSResponse* ReportArrayDisks(uint32_t argc, const char** argv)    { return NotAvailable(argc, argv, "vkreport storage adisk"); }
-CLPSResponse* ReportPhysicalDisks(uint32_t argc, const char** argv) { return NotAvailable(argc, argv, "vkreport storage pdisk"); }
-CLPSResponse* ReportTapeDrives(uint32_t argc, const char** argv)    { return NotAvailable(argc, argv, "vkreport storage tape"); }
-CLPSResponse* ReportPCIeSubsystem(uint32_t argc, const char** argv) { return NotAvailable(argc, argv, "vkreport storage pciessd"); }
-CLPSResponse* ReportTarnCache(uint32_t argc, const char** argv)     { return NotAvailable(argc, argv, "vkreport storage tarncache"); }
-CLPSResponse* ReportTarnCachePool(uint32_t argc, const char** argv) { return NotAvailable(argc, argv, "vkreport storage tarncachepool"); }
-CLPSResponse* ReportControllers(uint32_t argc, const char** argv)   { return NotAvailable(argc, argv, "vkreport storage controller"); }
-CLPSResponse* ReportVirtualDisks(uint32_t argc, const char** argv)  { return NotAvailable(argc, argv, "vkreport storage vdisk"); }
-CLPSResponse* ReportCachecade(uint32_t argc, const char** argv)     { return NotAvailable(argc, argv, "vkreport storage cachecade"); }
-CLPSResponse* ReportConnectors(uint32_t argc, const char** argv)    { return NotAvailable(argc, argv, "vkreport storage connector"); }
-CLPSResponse* ReportNVMeAdapters(uint32_t argc, const char** argv)  { return NotAvailable(argc, argv, "vkreport storage nvmeadapter"); }
-CLPSResponse* ReportEnclosures(uint32_t argc, const char** argv)    { return NotAvailable(argc, argv, "vkreport storage enclosure"); }
-CLPSResponse* ReportBatteries(uint32_t argc, const char** argv)     { return NotAvailable(argc, argv, "vkreport storage battery"); }
-CLPSResponse* ReportPartitions(uint32_t argc, const char** argv)    { return NotAvailable(argc, argv, "vkreport storage partition"); }
-CLPSResponse* ReportCachedLuns(uint32_t argc, const char** argv)    { return NotAvailable(argc, argv, "vkreport storage tarncachedisk"); }
-CLPSResponse* ReportAlertLog(uint32_t argc, const char** argv)      { return NotAvailable(argc, argv, "vkreport system alertlog"); }
-CLPSResponse* ReportSummary(uint32_t argc, const char** argv)       { return NotAvailable(argc, argv, "vkreport system summary"); }
-CLPSResponse* ReportGlobalInfo(uint32_t argc, const char** argv)    { return NotAvailable(argc, argv, "vkreport storage globalinfo"); }
-
 CLPSResponse* ConfigController(uint32_t argc, const char** argv)    { return NotAvailable(argc, argv, "vkconfig storage controller"); }
 CLPSResponse* ConfigVirtualDisk(uint32_t argc, const char** argv)   { return NotAvailable(argc, argv, "vkconfig storage vdisk"); }
 CLPSResponse* ConfigCachecade(uint32_t argc, const char** argv)     { return NotAvailable(argc, argv, "vkconfig storage cachecade"); }

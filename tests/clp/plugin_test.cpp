@@ -21,6 +21,8 @@ class PluginTest : public ::testing::Test {
         ASSERT_NE(mkdtemp(tmpl.data()), nullptr);
         root_ = tmpl;
         setenv("SystemRoot", root_.c_str(), 1);
+        // No data agent: answers do not depend on which agents were built.
+        setenv("VK_AGENT_DIR", root_.c_str(), 1);
         ASSERT_TRUE(plugin_.Load()) << dlerror();
     }
     static void TearDownTestSuite() {
@@ -49,41 +51,42 @@ class PluginTest : public ::testing::Test {
 struct RowCase {
     const char* line;
     uint32_t rights;
-    const char* answeredAs;  // command named by the not-available answer
+    const char* answeredAs;  // command named by the not-available answer; null
+                             // for the commands served by their own handler
 };
 
 // Every row of the command table, in table order, with some extra words a
 // user would type after the object.
 // clang-format off
 const std::vector<RowCase> kRows = {
-    {"vkreport system version",                      1, "vkreport system version"},
-    {"vkreport servermodule version",                1, "vkreport system version"},
-    {"vkreport storage adisk controller=0",          1, "vkreport storage adisk"},
-    {"vkreport storage pdisk controller=0",          1, "vkreport storage pdisk"},
-    {"vkreport storage tape controller=0",           1, "vkreport storage tape"},
-    {"vkreport storage pciessd",                     1, "vkreport storage pciessd"},
-    {"vkreport storage tarncache",                   1, "vkreport storage tarncache"},
-    {"vkreport storage tarncachepool",               1, "vkreport storage tarncachepool"},
-    {"vkreport storage controller",                  1, "vkreport storage controller"},
-    {"vkreport storage vdisk controller=0",          1, "vkreport storage vdisk"},
-    {"vkreport storage cachecade controller=0",      1, "vkreport storage cachecade"},
-    {"vkreport storage connector controller=0",      1, "vkreport storage connector"},
-    {"vkreport storage nvmeadapter controller=0",    1, "vkreport storage nvmeadapter"},
-    {"vkreport storage enclosure",                   1, "vkreport storage enclosure"},
-    {"vkreport storage battery",                     1, "vkreport storage battery"},
-    {"vkreport storage partition controller=0",      1, "vkreport storage partition"},
-    {"vkreport storage tarncachedisk",               1, "vkreport storage tarncachedisk"},
-    {"vkreport system alertlog",                     1, "vkreport system alertlog"},
-    {"vkreport system summary",                      1, "vkreport system summary"},
-    {"vkreport servermodule alertlog",               1, "vkreport system alertlog"},
-    {"vkreport servermodule summary",                1, "vkreport system summary"},
-    {"vkreport storage globalinfo",                  1, "vkreport storage globalinfo"},
+    {"vkreport system version",                      1, nullptr},
+    {"vkreport servermodule version",                1, nullptr},
+    {"vkreport storage adisk controller=0",          1, nullptr},
+    {"vkreport storage pdisk controller=0",          1, nullptr},
+    {"vkreport storage tape controller=0",           1, nullptr},
+    {"vkreport storage pciessd",                     1, nullptr},
+    {"vkreport storage tarncache",                   1, nullptr},
+    {"vkreport storage tarncachepool",               1, nullptr},
+    {"vkreport storage controller",                  1, nullptr},
+    {"vkreport storage vdisk controller=0",          1, nullptr},
+    {"vkreport storage cachecade controller=0",      1, nullptr},
+    {"vkreport storage connector controller=0",      1, nullptr},
+    {"vkreport storage nvmeadapter controller=0",    1, nullptr},
+    {"vkreport storage enclosure",                   1, nullptr},
+    {"vkreport storage battery",                     1, nullptr},
+    {"vkreport storage partition controller=0",      1, nullptr},
+    {"vkreport storage tarncachedisk",               1, nullptr},
+    {"vkreport system alertlog",                     1, nullptr},
+    {"vkreport system summary",                      1, nullptr},
+    {"vkreport servermodule alertlog",               1, nullptr},
+    {"vkreport servermodule summary",                1, nullptr},
+    {"vkreport storage globalinfo",                  1, nullptr},
     {"vkconfig storage controller action=resetconfig controller=0", 7, "vkconfig storage controller"},
     {"vkconfig storage vdisk action=blink",          7, "vkconfig storage vdisk"},
     {"vkconfig storage cachecade action=blink",      1, "vkconfig storage cachecade"},
     {"vkconfig storage adisk action=blink",          7, "vkconfig storage adisk"},
     {"vkconfig storage pdisk action=blink controller=0 pdisk=0:1", 7, "vkconfig storage pdisk"},
-    {"vkconfig storage tape controller=0",           7, "vkreport storage tape"},
+    {"vkconfig storage tape controller=0",           7, nullptr},
     {"vkconfig storage connector action=rescan",     7, "vkconfig storage connector"},
     {"vkconfig storage nvmeadapter action=x",        7, "vkconfig storage nvmeadapter"},
     {"vkconfig storage enclosure action=blink",      7, "vkconfig storage enclosure"},
@@ -93,7 +96,7 @@ const std::vector<RowCase> kRows = {
     {"vkconfig storage tarncache action=x",          7, "vkconfig storage tarncache"},
     {"vkconfig storage partition action=x",          7, "vkconfig storage partition"},
     {"vkconfig storage tarncachedisk action=x",      7, "vkconfig storage tarncachedisk"},
-    {"VKREPORT Storage PDISK",                       1, "vkreport storage pdisk"},
+    {"VKREPORT Storage PDISK",                       1, nullptr},
     {"VkConfig STORAGE CacheCade",                   1, "vkconfig storage cachecade"},
 };
 // clang-format on
@@ -103,6 +106,12 @@ TEST_F(PluginTest, EveryRowHasItsRightsAndHandler) {
         SCOPED_TRACE(row.line);
         EXPECT_EQ(Rights(row.line), row.rights);
         auto answer = Send(row.line);
+        if (row.answeredAs == nullptr) {
+            if (answer != nullptr) {
+                EXPECT_NE(answer->msgId, CLPS_MSG_NOT_AVAILABLE);
+            }
+            continue;
+        }
         ASSERT_NE(answer, nullptr);
         EXPECT_EQ(answer->msgId, CLPS_MSG_NOT_AVAILABLE);
         EXPECT_EQ(answer->kind, CLPS_RESP_MESSAGE);
@@ -124,6 +133,10 @@ TEST_F(PluginTest, SharedHandlersGiveTheSameAnswer) {
         SCOPED_TRACE(a);
         auto x = Send(a);
         auto y = Send(b);
+        if (x == nullptr) {  // the alert log answers nothing without its agent
+            EXPECT_EQ(y, nullptr);
+            continue;
+        }
         ASSERT_NE(x, nullptr);
         ASSERT_NE(y, nullptr);
         EXPECT_EQ(x->msgId, y->msgId);

@@ -16,6 +16,8 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -25,7 +27,22 @@ struct Agent {
     void* context = nullptr;
 };
 
+bool SameAgent(const Agent& a, const Agent& b) {
+    return a.send == b.send && a.freeData == b.freeData && a.context == b.context;
+}
+
 struct Registry {
+    Registry() = default;
+    Registry(const Registry&) = delete;
+    Registry& operator=(const Registry&) = delete;
+    // Answers never given back (a caller that frees something else in their
+    // place) are released when the library goes, so nothing is left behind.
+    ~Registry() {
+        for (auto& [data, producer] : outstanding) {
+            producer.freeData(producer.context, const_cast<char*>(data));
+        }
+    }
+
     std::mutex lock;
     std::map<std::string, Agent, std::less<>> installed;
     std::map<std::string, Agent, std::less<>> modules;
@@ -230,9 +247,28 @@ void VKDBPluginRemoveAgent(const char* prefix) {
         return;
     }
     Registry& reg = TheRegistry();
-    std::lock_guard guard(reg.lock);
-    if (auto it = reg.installed.find(std::string_view(prefix)); it != reg.installed.end()) {
+    std::vector<std::pair<char*, Agent>> orphans;
+    {
+        std::lock_guard guard(reg.lock);
+        auto it = reg.installed.find(std::string_view(prefix));
+        if (it == reg.installed.end()) {
+            return;
+        }
+        const Agent removed = it->second;
         reg.installed.erase(it);
+        // The agent's context may not outlive its removal: its answers that
+        // were never given back are released now, by it.
+        for (auto a = reg.outstanding.begin(); a != reg.outstanding.end();) {
+            if (SameAgent(a->second, removed)) {
+                orphans.emplace_back(const_cast<char*>(a->first), a->second);
+                a = reg.outstanding.erase(a);
+            } else {
+                ++a;
+            }
+        }
+    }
+    for (auto& [data, producer] : orphans) {
+        producer.freeData(producer.context, data);
     }
 }
 
