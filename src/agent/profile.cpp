@@ -950,11 +950,10 @@ std::filesystem::path profilesDir() {
         fs::path self = fs::weakly_canonical(fs::path(info.dli_fname));
         if (self.filename() != "" && !fs::exists(self)) self = fs::read_symlink("/proc/self/exe");
         // module: lib/vk/agents/libkvda.so; program: bin/kvda
-        for (fs::path rel :
-             {fs::path("../../../share/vk/profiles"), fs::path("../share/vk/profiles")}) {
-            fs::path p = (self.parent_path() / rel).lexically_normal();
-            if (fs::is_directory(p)) return p;
-        }
+        fs::path rel = self.parent_path().filename() == "agents" ? "../../../share/vk/profiles"
+                                                                 : "../share/vk/profiles";
+        fs::path p = (self.parent_path() / rel).lexically_normal();
+        if (fs::is_directory(p)) return p;
     }
     return fs::path("/usr/share/vk/profiles");
 }
