@@ -352,7 +352,7 @@ void Builder::controller(const Node& n, int64_t gno) {
         c.set("BusProtocol", std::to_string(pcie ? bus::kPcie : bus::kSas));
         c.set("CacheSize", std::to_string(n.integer("cache_mb", raid ? 4096 : 0, 0, 1 << 20)));
         c.set("ObjState", "1");
-        c.set("VendorID", "4098");
+        c.set("VendorID", "7301");  // the simulated controllers' own vendor number
         c.set("AutoConfigProgressState", "0");
         c.set("RAIDLevelsMask",
               toMask(raid ? n.maskOf("raid_levels", {"r0", "r1", "r5", "r6", "r10", "r50", "r60"},
