@@ -1,0 +1,6 @@
+#include "handlers.h"
+#include "pending.h"
+
+CLPSResponse* ConfigVirtualDisk(uint32_t argc, const char** argv) {
+    return config::NotAvailable(argc, argv, "vkconfig storage vdisk");
+}
