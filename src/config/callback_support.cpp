@@ -39,6 +39,25 @@ bool CallbackCall::AppendNumber(const char* name, int32_t value) {
     return true;
 }
 
+bool CallbackCall::AppendText(const char* name, const char* value) {
+    if (*nvCount_ >= CLPS_NV_LIST_MAX) return false;
+    const std::string entry = std::string(name) + "=" + (value != nullptr ? value : "");
+    const char* kept = CLPSNVKeepString(entry.c_str());
+    if (kept == nullptr) return false;
+    nvList_[(*nvCount_)++] = kept;
+    return true;
+}
+
+bool CallbackCall::SetPair(const char* name, const char* value) {
+    const int32_t at = PairIndex(name);
+    if (at < 0) return AppendText(name, value);
+    const std::string entry = std::string(name) + "=" + (value != nullptr ? value : "");
+    const char* kept = CLPSNVKeepString(entry.c_str());
+    if (kept == nullptr) return false;
+    nvList_[at] = kept;
+    return true;
+}
+
 bool CallbackCall::RemovePair(const char* name) {
     const int32_t at = PairIndex(name);
     if (at < 0) return false;

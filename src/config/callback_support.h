@@ -44,6 +44,11 @@ class CallbackCall {
     // Appends "name=value" as "%s=%d" formats it into a 256-byte block.
     // False when the list is full or memory ran out.
     bool AppendNumber(const char* name, int32_t value);
+    // Appends "name=value" as "%s=%s" formats it. False as above.
+    bool AppendText(const char* name, const char* value);
+    // Replaces the pair name with "name=value", or appends it when it is not
+    // there. False as above.
+    bool SetPair(const char* name, const char* value);
     // Removes the data-manager pair name; false when it is not there.
     bool RemovePair(const char* name);
 
