@@ -109,10 +109,10 @@
     <xsl:param name="v"/>
     <xsl:choose>
       <xsl:when test="$v = 1">512 bytes</xsl:when>
-      <xsl:when test="$v &gt;= 2 and $v &lt;= 1024">
+      <xsl:when test="$v = 2 or $v = 4 or $v = 8 or $v = 16 or $v = 32 or $v = 64 or $v = 128 or $v = 256 or $v = 512 or $v = 1024">
         <xsl:value-of select="concat($v div 2, ' KB')"/>
       </xsl:when>
-      <xsl:when test="$v &gt;= 2048 and $v &lt;= 32768">
+      <xsl:when test="$v = 2048 or $v = 4096 or $v = 8192 or $v = 16384 or $v = 32768">
         <xsl:value-of select="concat($v div 2048, ' MB')"/>
       </xsl:when>
       <xsl:otherwise>
