@@ -49,6 +49,9 @@ class CallbackCall {
     // Replaces the pair name with "name=value", or appends it when it is not
     // there. False as above.
     bool SetPair(const char* name, const char* value);
+    // The data-manager list itself, for validators that rewrite its entries.
+    uint32_t* NVCount() const { return nvCount_; }
+    const char** NVList() const { return nvList_; }
     // Removes the data-manager pair name; false when it is not there.
     bool RemovePair(const char* name);
 
