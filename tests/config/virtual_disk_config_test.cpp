@@ -289,3 +289,23 @@ TEST_F(VirtualDiskConfigTest, DryRunShowsTheRewrittenSizeAndSendsNothing) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(VirtualDiskConfigTest, UsageAndActionListFollowTheTable) {
+    const auto r = Run("vkconfig storage vdisk action=nosuch");
+    EXPECT_EQ(RefusalOf(r.get()),
+              (Refusal{CLPS_MSG_BAD_ACTION, "nosuch",
+                       "checkconsistency, cancelcheckconsistency, pausecheckconsistency, "
+                       "resumecheckconsistency, blink, unblink, initialize, fastinit, slowinit, "
+                       "cancelinitialize, restoresegments, splitmirror, unmirror, "
+                       "cancelbginitialize, assigndedicatedhotspare, replacememberdisk, "
+                       "deletevdisk, format, reconfigure, changepolicy, clearvdbadblocks, "
+                       "SecureVD, rename, enabletarncache, disabletarncache, reactivate"}));
+    const auto usage = Run("vkconfig storage vdisk -?");
+    ASSERT_NE(usage, nullptr);
+    EXPECT_EQ(usage->kind, static_cast<uint32_t>(CLPS_RESP_USAGE));
+    EXPECT_EQ(usage->msgId, 6981u);
+}
+
+}  // namespace
