@@ -22,7 +22,16 @@ inline constexpr int kBadIdentifier = 3;
 inline constexpr int kNoSuchObject = 4;
 inline constexpr int kStateError = 5;
 inline constexpr int kBadRequest = 6;
+inline constexpr int kBadValue = 7;     // a value is malformed, unknown or out of range
+inline constexpr int kNotPossible = 8;  // the estate's state does not allow the request
 }  // namespace status
+
+// A request that cannot be answered: the status and the clear text naming
+// what was wrong. Thrown by handlers; nothing they changed is kept.
+struct RequestError {
+    int status;
+    std::string message;
+};
 
 struct Request {
     std::string name;
@@ -43,17 +52,32 @@ class Agent {
     // The complete answer text for a name/value list.
     std::string send(const std::vector<std::string>& pairs);
     Store& store() { return store_; }
-    // The estate as stored now (reloaded only when another write happened).
+    // The estate as it is now: reloaded only when another write happened,
+    // and brought to the present simulated time while operations run.
     const Estate& estate();
+    // One change of the estate in one transaction (see Store::mutate).
+    void mutate(const Store::Mutation& change);
+    // The simulated time now, in seconds.
+    int64_t now();
 
   private:
-    std::mutex mutex_;
+    const Estate& current();
+    std::recursive_mutex mutex_;
     Store store_;
     Estate estate_;
     int64_t generation_ = -1;
+    bool activeOps_ = false;
 };
 
 // True when the request name is in the agent's vocabulary.
 bool knownRequest(std::string_view name);
+
+// Configuration requests: runs the handler of a request that changes the
+// estate. False when `req` is not one; throws RequestError to refuse.
+// `dir` is the agent's own directory (export logs are written there).
+class Answer;
+bool runWrite(const Request& req, Estate& e, int64_t now, const std::filesystem::path& dir,
+              Answer& answer);
+bool isWriteRequest(std::string_view name);
 
 }  // namespace kvda

@@ -1,5 +1,6 @@
 #include "model.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -61,6 +62,50 @@ void Estate::index() {
         byKind_[o.kind].push_back(&o);
         byKindCtrl_[addrKey(o.kind, o.ctrl, "")].push_back(&o);
     }
+}
+
+Estate::Estate(const Estate& other)
+    : objects(other.objects),
+      simTime(other.simTime),
+      wallAnchor(other.wallAnchor),
+      nextOid(other.nextOid) {
+    index();
+}
+
+Estate& Estate::operator=(const Estate& other) {
+    if (this != &other) {
+        objects = other.objects;
+        simTime = other.simTime;
+        wallAnchor = other.wallAnchor;
+        nextOid = other.nextOid;
+        index();
+    }
+    return *this;
+}
+
+Object& Estate::add(std::string_view k, int64_t ctrl, int64_t parent, std::string addr) {
+    for (const Object& o : objects) nextOid = std::max(nextOid, o.oid + 1);
+    Object o;
+    o.oid = nextOid++;
+    o.kind = std::string(k);
+    o.ctrl = ctrl;
+    o.parent = parent;
+    o.addr = std::move(addr);
+    o.set("ObjID", std::to_string(o.oid));
+    o.set("ObjType", std::string(k));
+    if (ctrl >= 0 && k != kind::kController) o.set("GlobalNo", std::to_string(ctrl));
+    objects.push_back(std::move(o));
+    index();
+    return objects.back();
+}
+
+bool Estate::remove(int64_t oid) {
+    auto it =
+        std::find_if(objects.begin(), objects.end(), [&](const Object& o) { return o.oid == oid; });
+    if (it == objects.end()) return false;
+    objects.erase(it);
+    index();
+    return true;
 }
 
 const Object* Estate::byOid(int64_t oid) const {

@@ -105,8 +105,25 @@ struct Object {
 class Estate {
   public:
     std::vector<Object> objects;  // in insertion order: the order of every list
+    // Simulated time (seconds since the estate was created) as stored, and
+    // the wall clock (milliseconds) at which it was stored.
+    int64_t simTime = 0;
+    int64_t wallAnchor = 0;
+    // The ObjID the next new object gets: ObjIDs are never reused.
+    int64_t nextOid = 1;
+
+    Estate() = default;
+    // A copy indexes its own objects (the index holds pointers into them).
+    Estate(const Estate& other);
+    Estate& operator=(const Estate& other);
+    Estate(Estate&&) noexcept = default;
+    Estate& operator=(Estate&&) noexcept = default;
 
     void index();
+    // Appends a new object (ObjID, ObjType and GlobalNo set) and re-indexes.
+    Object& add(std::string_view kind, int64_t ctrl, int64_t parent, std::string addr);
+    // Removes an object; false when it does not exist.
+    bool remove(int64_t oid);
     const Object* byOid(int64_t oid) const;
     Object* edit(int64_t oid);
     const Object* find(std::string_view kind, int64_t ctrl, std::string_view addr) const;

@@ -380,11 +380,20 @@ void Builder::controller(const Node& n, int64_t gno) {
         c.set("PatrolReadMode",
               std::to_string(raid ? n.choice("patrol_read", "auto", kPatrolModes) : 4));
         c.set("PatrolReadState", "0");
-        c.set("AbortCheckConsistencyOnError", "2");
-        c.set("Copyback", "1");
-        c.set("AutoCopybackOnPredictiveFailure", "2");
-        c.set("Loadbalance", "1");
-        c.set("PersistentHotSlot", "2");
+        // Settings hold the values the plug-in's keyword maps read:
+        // abort on error disabled, revertible hot spares enabled (Copyback 0),
+        // no copyback on predicted failure, automatic load balancing,
+        // no persistent hot-spare slots, non-RAID disk cache unchanged.
+        c.set("AbortCheckConsistencyOnError", "0");
+        c.set("Copyback", "0");
+        c.set("AutoCopybackOnPredictiveFailure", "0");
+        c.set("Loadbalance", "0");
+        c.set("PersistentHotSlot", "0");
+        c.set("NonRAIDDiskCachePolicy", "0");
+        c.set("Multipath", "0");
+        for (auto tag : {"SpinDownConfiguredDrive", "SpinDownUnconfigured", "DefaultVDPSPolicyT10",
+                         "SpinDownHotspare"})
+            c.set(tag, "2");
         c.set("SecurityMode", std::to_string(security == 2 ? 1 : 0));
         c.set("AlarmPresent", n.flag("alarm", false) ? "1" : "0");
         c.set("AlarmState", "0");
@@ -756,6 +765,7 @@ void Builder::vdisk(const Node& v, int64_t gno, int64_t ctrlOid, std::vector<int
         o.set("SpanCount", std::to_string(spans));
         o.set("IsSSC", ssc ? "1" : "0");
         o.set("Secured", "0");
+        o.set("PIEnabled", "0");
         o.set("TarnCache", "0");
         o.set("CCState", "0");
         o.set("InitState", "0");

@@ -7,15 +7,11 @@
 
 #include "agent.h"
 #include "answer.h"
+#include "mechanics.h"
 
 namespace kvda {
 
 namespace {
-
-struct RequestError {
-    int status;
-    std::string message;
-};
 
 struct Ctx {
     const Request& req;
@@ -565,7 +561,7 @@ const Route* route(std::string_view name) {
 }  // namespace
 
 bool knownRequest(std::string_view name) {
-    return route(name) != nullptr;
+    return route(name) != nullptr || isWriteRequest(name);
 }
 
 const std::string* Request::get(std::string_view key) const {
@@ -609,33 +605,72 @@ std::string journalLine(const std::vector<std::string>& pairs) {
 
 Agent::Agent(const std::filesystem::path& statePath) : store_(statePath) {}
 
-const Estate& Agent::estate() {
+const Estate& Agent::current() {
     int64_t g = store_.generation();
     if (g != generation_) {
         estate_ = store_.load();
         generation_ = g;
+        activeOps_ = hasActiveOps(estate_);
     }
     return estate_;
+}
+
+const Estate& Agent::estate() {
+    std::lock_guard lock(mutex_);
+    current();
+    // While operations run, the time that passed since the last write is
+    // written before anything is answered, so that every reader sees the
+    // same progress.
+    if (activeOps_ && effectiveTime(estate_, wallMillis()) > estate_.simTime)
+        mutate([](Estate&, int64_t&) {});
+    return estate_;
+}
+
+void Agent::mutate(const Store::Mutation& change) {
+    std::lock_guard lock(mutex_);
+    Estate result;
+    int64_t g = store_.mutate(change, generation_ >= 0 ? &estate_ : nullptr, generation_, result);
+    estate_ = std::move(result);
+    generation_ = g;
+    activeOps_ = hasActiveOps(estate_);
+}
+
+int64_t Agent::now() {
+    std::lock_guard lock(mutex_);
+    return effectiveTime(estate(), wallMillis());
 }
 
 std::string Agent::send(const std::vector<std::string>& pairs) {
     std::lock_guard lock(mutex_);
     Answer answer;
+    int st = status::kOk;
+    std::string message;
     try {
-        store_.journal(journalLine(pairs));
         Request req = parseRequest(pairs);
-        if (req.name.empty())
-            return answer.finish(status::kBadRequest, "the first entry must be vkacmd=<request>");
-        const Route* r = route(req.name);
-        if (!r) return answer.finish(status::kUnknownRequest, "unknown request '" + req.name + "'");
-        Ctx ctx{req, estate(), answer};
-        r->handler(ctx);
-        return answer.finish(status::kOk, "");
+        if (req.name.empty()) {
+            st = status::kBadRequest;
+            message = "the first entry must be vkacmd=<request>";
+        } else if (const Route* r = route(req.name)) {
+            Ctx ctx{req, estate(), answer};
+            r->handler(ctx);
+        } else if (isWriteRequest(req.name)) {
+            const std::filesystem::path dir = std::filesystem::path(store_.path()).parent_path();
+            mutate([&](Estate& e, int64_t& now) { runWrite(req, e, now, dir, answer); });
+        } else {
+            st = status::kUnknownRequest;
+            message = "unknown request '" + req.name + "'";
+        }
     } catch (const RequestError& e) {
-        return answer.finish(e.status, e.message);
+        st = e.status;
+        message = e.message;
     } catch (const std::exception& e) {
-        return answer.finish(status::kStateError, e.what());
+        st = status::kStateError;
+        message = e.what();
     }
+    // the journal records what was asked and what came of it
+    store_.journal(journalLine(pairs) + " => " + std::to_string(st) +
+                   (message.empty() ? "" : " " + message));
+    return answer.finish(st, message);
 }
 
 }  // namespace kvda

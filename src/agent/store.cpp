@@ -2,12 +2,15 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <unordered_map>
 
+#include "mechanics.h"
 #include "profile.h"
 
 namespace kvda {
@@ -101,6 +104,8 @@ void Store::createSchema() {
     // Simulated time in seconds; configuration requests that take time
     // advance it.
     ins.bind(1, "sim_time").bind(2, "0").run();
+    ins.bind(1, "wall_anchor").bind(2, std::to_string(wallMillis())).run();
+    ins.bind(1, "next_oid").bind(2, "1").run();
 }
 
 void Store::writeObjects(const Estate& estate) {
@@ -127,6 +132,13 @@ void Store::replace(const Estate& estate, const std::string& profile) {
     writeObjects(estate);
     Stmt p(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES('profile', ?1)");
     p.bind(1, profile).run();
+    // a new estate starts its own simulated clock
+    int64_t next = 1;
+    for (const Object& o : estate.objects) next = std::max(next, o.oid + 1);
+    Stmt m(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES(?1, ?2)");
+    m.bind(1, "sim_time").bind(2, "0").run();
+    m.bind(1, "wall_anchor").bind(2, std::to_string(wallMillis())).run();
+    m.bind(1, "next_oid").bind(2, std::to_string(next)).run();
     t.commit();
 }
 
@@ -146,8 +158,25 @@ std::string Store::meta(const std::string& key) {
 }
 
 Estate Store::load() {
-    Estate e;
     Transaction t(db_, false);
+    Estate e = loadLocked();
+    t.commit();
+    return e;
+}
+
+Estate Store::loadLocked() {
+    Estate e;
+    {
+        Stmt m(db_,
+               "SELECT key, value FROM meta WHERE key IN ('sim_time','wall_anchor','next_oid')");
+        while (m.step()) {
+            std::string k = m.text(0);
+            int64_t v = std::atoll(m.text(1).c_str());
+            if (k == "sim_time") e.simTime = v;
+            if (k == "wall_anchor") e.wallAnchor = v;
+            if (k == "next_oid") e.nextOid = v;
+        }
+    }
     Stmt s(db_, "SELECT oid, kind, ctrl, parent, addr, props FROM objects ORDER BY oid");
     while (s.step()) {
         Object o;
@@ -164,8 +193,57 @@ Estate Store::load() {
     while (ov.step()) {
         if (Object* o = e.edit(ov.integer(0))) o->overrides[ov.text(1)] = ov.text(2);
     }
-    t.commit();
+    for (const Object& o : e.objects) e.nextOid = std::max(e.nextOid, o.oid + 1);
     return e;
+}
+
+void Store::writeDiff(const Estate& before, const Estate& after) {
+    std::unordered_map<int64_t, const Object*> old;
+    for (const Object& o : before.objects) old[o.oid] = &o;
+    // Removed objects go first: a new object may take a removed one's address.
+    Stmt delOv(db_, "DELETE FROM overrides WHERE oid=?1");
+    Stmt del(db_, "DELETE FROM objects WHERE oid=?1");
+    for (const Object& o : before.objects)
+        if (!after.byOid(o.oid)) {
+            delOv.bind(1, o.oid).run();
+            del.bind(1, o.oid).run();
+        }
+    Stmt put(db_,
+             "INSERT INTO objects(oid, kind, ctrl, parent, addr, props) VALUES(?1,?2,?3,?4,?5,?6)"
+             " ON CONFLICT(oid) DO UPDATE SET parent=excluded.parent, addr=excluded.addr,"
+             " props=excluded.props");
+    for (const Object& o : after.objects) {
+        auto it = old.find(o.oid);
+        if (it != old.end() && it->second->props == o.props && it->second->parent == o.parent &&
+            it->second->addr == o.addr)
+            continue;
+        put.bind(1, o.oid).bind(2, o.kind).bind(3, o.ctrl).bind(4, o.parent).bind(5, o.addr);
+        put.bind(6, propsJson(o.props)).run();
+    }
+}
+
+int64_t Store::mutate(const Mutation& change, const Estate* cached, int64_t cachedGeneration,
+                      Estate& result) {
+    flushJournal();
+    Transaction t(db_, true);
+    Estate e = cached && generation() == cachedGeneration ? *cached : loadLocked();
+    const Estate before = e;
+    int64_t now = effectiveTime(e, wallMillis());
+    advanceEstate(e, e.simTime, now);
+    change(e, now);
+    writeDiff(before, e);
+    const int64_t wall = wallMillis();
+    Stmt m(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES(?1, ?2)");
+    m.bind(1, "sim_time").bind(2, std::to_string(now)).run();
+    m.bind(1, "wall_anchor").bind(2, std::to_string(wall)).run();
+    m.bind(1, "next_oid").bind(2, std::to_string(e.nextOid)).run();
+    bump();
+    int64_t g = generation();
+    t.commit();
+    e.simTime = now;
+    e.wallAnchor = wall;
+    result = std::move(e);
+    return g;
 }
 
 void Store::setOverride(int64_t oid, const std::string& tag, const std::string& value) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,7 +13,9 @@
 
 namespace kvda {
 
-inline constexpr int kSchemaVersion = 1;
+// 2: simulated time runs (meta wall_anchor, next_oid), controller settings
+// hold the values of the plug-in's keyword maps.
+inline constexpr int kSchemaVersion = 2;
 
 // The state file: $KVDA_STATE, else /var/lib/vk/kvda.db for root, else
 // ${XDG_STATE_HOME:-~/.local/state}/vk/kvda.db.
@@ -40,6 +43,17 @@ class Store {
     };
     void applyChanges(const std::vector<Change>& changes);
 
+    // One change of the estate as a whole, in one write transaction: the
+    // estate is read inside the transaction (the cached copy when nothing
+    // was written since `cachedGeneration`), brought to the present
+    // simulated time, handed to `change` with that time (which it may move
+    // on), and the objects it added, changed or removed are written. An
+    // exception from `change` rolls everything back. Returns the new
+    // generation; `result` receives the estate as written.
+    using Mutation = std::function<void(Estate&, int64_t& now)>;
+    int64_t mutate(const Mutation& change, const Estate* cached, int64_t cachedGeneration,
+                   Estate& result);
+
     // Journal lines are kept and written in one transaction when many are
     // pending, before any other write, when the journal is read and when the
     // store closes: a query then costs no write of its own.
@@ -52,10 +66,13 @@ class Store {
     void clearJournal();
 
     std::string meta(const std::string& key);
+    const std::string& path() const { return db_.path(); }
 
   private:
     void createSchema();
     void writeObjects(const Estate& estate);
+    Estate loadLocked();
+    void writeDiff(const Estate& before, const Estate& after);
     void bump();
     Db db_;
     std::vector<std::pair<std::string, std::string>> pending_;  // time, line

@@ -8,7 +8,7 @@
 
 #include "agent.h"
 #include "answer.h"
-#include "faults.h"
+#include "mechanics.h"
 #include "profile.h"
 #include "store.h"
 
@@ -25,6 +25,7 @@ constexpr const char* kUsage =
     "       kvda set OBJECT TAG=VALUE...      (OBJECT as in: controller=0 pdisk=0:1:4)\n"
     "       kvda unset OBJECT TAG...\n"
     "       kvda fail OBJECT | kvda replace OBJECT\n"
+    "       kvda time [advance DURATION]           (DURATION such as 90s, 10m, 2h, 1d)\n"
     "       kvda journal [--clear]\n"
     "state file: $KVDA_STATE, else the user's state directory (vk/kvda.db)\n";
 
@@ -170,7 +171,29 @@ int cmdFault(Agent& agent, const std::vector<std::string>& args, bool failed) {
     std::vector<std::string> rest;
     const Object& o = target(agent, args, rest);
     if (!rest.empty()) throw Usage("unexpected argument '" + rest.front() + "'");
-    agent.store().applyChanges(faultChanges(agent.estate(), o, failed));
+    const int64_t oid = o.oid;
+    agent.mutate([&](Estate& e, int64_t& now) {
+        if (failed)
+            failObject(e, now, oid);
+        else
+            replaceObject(e, now, oid);
+    });
+    return 0;
+}
+
+int cmdTime(Agent& agent, const std::vector<std::string>& args) {
+    if (!args.empty()) {
+        if (args[0] != "advance" || args.size() != 2)
+            throw Usage("time: expected 'kvda time' or 'kvda time advance DURATION'");
+        const int64_t by = parseDuration(args[1]);
+        agent.mutate([&](Estate& e, int64_t& now) {
+            advanceEstate(e, now, now + by);
+            now += by;
+        });
+    }
+    const int64_t now = agent.now();
+    std::cout << "simulated time: " << formatClock(now) << " (" << formatDuration(now)
+              << " since the estate was created; " << timeScale() << "x the wall clock)\n";
     return 0;
 }
 
@@ -195,7 +218,7 @@ int run(const std::vector<std::string>& argv) {
         return 0;
     }
     if (cmd != "show" && cmd != "send" && cmd != "set" && cmd != "unset" && cmd != "fail" &&
-        cmd != "replace" && cmd != "journal")
+        cmd != "replace" && cmd != "journal" && cmd != "time")
         throw Usage("unknown command '" + cmd + "'");
     Agent agent(defaultStatePath());
     if (cmd == "show") return cmdShow(agent, args);
@@ -208,6 +231,7 @@ int run(const std::vector<std::string>& argv) {
     }
     if (cmd == "set" || cmd == "unset") return cmdSet(agent, args, cmd == "set");
     if (cmd == "fail" || cmd == "replace") return cmdFault(agent, args, cmd == "fail");
+    if (cmd == "time") return cmdTime(agent, args);
     return cmdJournal(agent, args);
 }
 

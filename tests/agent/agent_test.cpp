@@ -12,89 +12,16 @@
 #include <string>
 #include <vector>
 
-#include "faults.h"
+#include "agent_fixture.h"
+#include "mechanics.h"
 #include "profile.h"
 #include "store.h"
 
 namespace fs = std::filesystem;
 using namespace kvda;
+using namespace kvda::test;
 
 namespace {
-
-using Obj = std::map<std::string, std::string>;
-
-// Splits an answer into its storage objects (the agent writes no nesting).
-std::vector<Obj> objects(const std::string& text) {
-    std::vector<Obj> out;
-    size_t pos = 0;
-    const std::string open = "<QXStorageObject>", close = "</QXStorageObject>";
-    while ((pos = text.find(open, pos)) != std::string::npos) {
-        size_t end = text.find(close, pos);
-        Obj o;
-        size_t p = pos + open.size();
-        while (p < end) {
-            size_t gt = text.find('>', p);
-            std::string tag = text.substr(p + 1, gt - p - 1);
-            size_t vend = text.find("</" + tag + ">", gt);
-            o[tag] = text.substr(gt + 1, vend - gt - 1);
-            p = vend + tag.size() + 3;
-        }
-        out.push_back(o);
-        pos = end + close.size();
-    }
-    return out;
-}
-
-int statusOf(const std::string& text) {
-    auto p = text.find("<SMStatus>");
-    return p == std::string::npos ? -999 : std::atoi(text.c_str() + p + 10);
-}
-
-class AgentTest : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        setenv("VK_SHARE_DIR", VK_TEST_SHARE_DIR, 1);
-        dir_ = fs::temp_directory_path() /
-               ("kvda-test-" + std::to_string(getpid()) + "-" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir_);
-        fs::create_directories(dir_);
-        path_ = dir_ / "state.db";
-    }
-    void TearDown() override { fs::remove_all(dir_); }
-
-    Agent& agent(const std::string& profile = "default") {
-        if (!agent_) {
-            if (profile != "default") {
-                Store s(path_);
-                fs::path f = resolveProfile(profile);
-                std::ifstream in(f);
-                std::string text((std::istreambuf_iterator<char>(in)), {});
-                s.replace(buildEstate(text, f.string()), profile);
-            }
-            agent_ = std::make_unique<Agent>(path_);
-        }
-        return *agent_;
-    }
-    std::vector<Obj> ask(const std::vector<std::string>& pairs, int expect = 0) {
-        std::string text = agent().send(pairs);
-        EXPECT_EQ(statusOf(text), expect) << text;
-        return objects(text);
-    }
-    Obj disk(const std::string& id, int ctrl = 0) {
-        auto list = ask(
-            {"vkacmd=getArrayDisk", "GlobalNo=" + std::to_string(ctrl), "adisk=" + id, "CLI=true"});
-        return list.empty() ? Obj{} : list[0];
-    }
-    const Object& find(std::string_view kind, int64_t ctrl, const std::string& addr) {
-        const Object* o = agent().estate().find(kind, ctrl, addr);
-        if (!o) throw Error("test object missing: " + addr);
-        return *o;
-    }
-
-    fs::path dir_, path_;
-    std::unique_ptr<Agent> agent_;
-};
 
 struct VocabularyCase {
     std::vector<std::string> request;
@@ -329,20 +256,24 @@ TEST_F(AgentTest, ShippedProfilesLoad) {
 TEST_F(AgentTest, FaultsChangeWhatReportsShow) {
     agent();
     auto apply = [&](std::string_view k, const std::string& addr, bool failed) {
-        agent().store().applyChanges(faultChanges(agent().estate(), find(k, 0, addr), failed));
+        const int64_t oid = find(k, 0, addr).oid;
+        agent().mutate([&](Estate& e, int64_t& now) {
+            failed ? failObject(e, now, oid) : replaceObject(e, now, oid);
+        });
     };
+    // the global hot spare 0:0:6 takes the failed member's place
     apply(kind::kDisk, "0:0:3", true);
     EXPECT_EQ(disk("0:0:3")["ObjState"], "2");
-    auto vd = [&] {
-        return ask({"vkacmd=getVirtualDisk", "GlobalNo=0", "LogicalDriveNum=1", "CLI=true"}).at(0);
-    };
-    EXPECT_EQ(vd()["ObjState"], "16");
-    EXPECT_TRUE(fromMask(disk("0:0:3")["CurrentMethodMask"]) & 0x400);  // rebuild now possible
+    EXPECT_EQ(disk("0:0:6")["ObjState"], "32");
+    EXPECT_EQ(vdisk("1")["ObjState"], "32");
     std::string serial = disk("0:0:3")["SerialNo"];
     apply(kind::kDisk, "0:0:3", false);
-    EXPECT_EQ(disk("0:0:3")["ObjState"], "4");
+    EXPECT_EQ(disk("0:0:3")["ObjState"], "1");  // the spare still rebuilds: no copyback yet
     EXPECT_NE(disk("0:0:3")["SerialNo"], serial);
-    EXPECT_EQ(vd()["ObjState"], "1");
+    // a member without a spare stays in its virtual disk and can be rebuilt
+    apply(kind::kDisk, "0:0:0", true);
+    EXPECT_EQ(vdisk("0")["ObjState"], "16");
+    EXPECT_TRUE(fromMask(disk("0:0:0")["CurrentMethodMask"]) & 0x400);
     apply(kind::kBattery, "0", true);
     EXPECT_EQ(ask({"vkacmd=getBattery", "GlobalNo=0", "BatteryID=0", "CLI=true"}).at(0)["ObjState"],
               "2");
@@ -350,7 +281,8 @@ TEST_F(AgentTest, FaultsChangeWhatReportsShow) {
     EXPECT_EQ(
         ask({"vkacmd=getEnclosure", "GlobalNo=0", "Enclosure=0:0", "CLI=true"}).at(0)["ObjState"],
         "16");
-    EXPECT_THROW(faultChanges(agent().estate(), find(kind::kVdisk, 0, "0"), true), Error);
+    const int64_t vd = find(kind::kVdisk, 0, "0").oid;
+    EXPECT_THROW(agent().mutate([&](Estate& e, int64_t& now) { failObject(e, now, vd); }), Error);
 }
 
 TEST_F(AgentTest, JournalHidesPassPhrases) {
@@ -358,8 +290,9 @@ TEST_F(AgentTest, JournalHidesPassPhrases) {
                   "OldPassphrase=x", "keyid=k"});
     auto lines = agent().store().journalLines();
     ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0],
+    EXPECT_EQ(lines[0].substr(0, lines[0].find(" => ")),
               "vkacmd=setCntrlSecurityKey GlobalNo=0 Passphrase=*** OldPassphrase=*** keyid=k");
+    EXPECT_EQ(lines[0].find("Secret1!"), std::string::npos);
     agent().store().clearJournal();
     EXPECT_TRUE(agent().store().journalLines().empty());
 }

@@ -1,0 +1,81 @@
+// How the simulated estate behaves over time: the simulated clock, long
+// operations and their progress, virtual-disk health, hot-spare takeover,
+// faults and the alert log. Everything here changes a mutable estate inside
+// one write transaction of the store.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "model.h"
+
+namespace kvda {
+
+// ---- the simulated clock ------------------------------------------------
+// Simulated time runs kDefaultTimeScale times as fast as the wall clock;
+// $KVDA_TIME_SCALE overrides the factor (0 stops the clock, so that only
+// `kvda time advance` moves it).
+inline constexpr double kDefaultTimeScale = 60.0;
+double timeScale();
+int64_t wallMillis();
+// The simulated time now: the stored time plus the scaled wall-clock time
+// since it was stored.
+int64_t effectiveTime(const Estate& e, int64_t wallMs);
+// "90s", "10m", "2h", "1d", "1h30m" (a plain number is seconds). Throws
+// Error naming the text.
+int64_t parseDuration(std::string_view text);
+std::string formatDuration(int64_t seconds);  // "2h 5m 0s"
+std::string formatClock(int64_t simSeconds);  // "2024-03-04T02:05:00"
+
+// ---- long operations ----------------------------------------------------
+// Operation names kept in an object's "_op".
+namespace op {
+inline constexpr std::string_view kRebuild = "rebuild";    // disk
+inline constexpr std::string_view kCopyback = "copyback";  // disk taking over a member
+inline constexpr std::string_view kClear = "clear";        // disk
+inline constexpr std::string_view kInit = "init";          // virtual disk, InitState 1
+inline constexpr std::string_view kBgi = "bgi";            // virtual disk, InitState 2
+inline constexpr std::string_view kCheck = "cc";           // virtual disk, CCState 1
+inline constexpr std::string_view kReconfig = "reconfig";  // virtual disk, ReconfigState 1
+inline constexpr std::string_view kPatrol = "patrol";      // controller
+inline constexpr std::string_view kLearn = "learn";        // battery
+}  // namespace op
+
+// Starts an operation on an object: `work` is in MiB for disk work, in
+// seconds for a battery learn cycle. "Progress" shows the percent done.
+void startOp(Object& obj, std::string_view name, long long work);
+// Stops an operation without its end effects; "Progress" disappears.
+void cancelOp(Object& obj);
+bool hasActiveOps(const Estate& e);
+// Moves every running operation on from `from` to `to` (simulated
+// seconds), applying the end state of those that finish.
+void advanceEstate(Estate& e, int64_t from, int64_t to);
+
+// ---- virtual disks ------------------------------------------------------
+std::vector<int64_t> memberOids(const Object& vd);
+void setMemberOids(Object& vd, const std::vector<int64_t>& oids);
+// Sets the virtual disk's (and its spans') state from its members, with an
+// alert when it changes.
+void refreshVdisk(Estate& e, int64_t now, int64_t vdOid);
+// A dedicated, else a global hot spare takes the place of a member that is
+// down and starts rebuilding. False when no suitable spare is there.
+bool takeOverWithSpare(Estate& e, int64_t now, int64_t vdOid, int64_t downOid);
+// After a spare was assigned: degraded virtual disks it may serve rebuild.
+void useNewSpare(Estate& e, int64_t now, int64_t diskOid);
+// The size of one object in MiB, the unit of disk work.
+long long mebibytes(const Object& o);
+
+// ---- faults -------------------------------------------------------------
+// Throws Error for kinds that cannot fail.
+void failObject(Estate& e, int64_t now, int64_t oid);
+void replaceObject(Estate& e, int64_t now, int64_t oid);
+
+// ---- alert log ----------------------------------------------------------
+void addAlert(Estate& e, int64_t now, int id, std::string_view severity,
+              const std::string& message);
+// "Physical Disk 0:0:3 of controller 0", "Virtual Disk 1 of controller 0".
+std::string label(const Object& o);
+
+}  // namespace kvda
