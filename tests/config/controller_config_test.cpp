@@ -235,6 +235,35 @@ TEST_F(ControllerConfigTest, DryRunSendsNothingButShowsTheAppendedPair) {
     EXPECT_STREQ(r->ppRequest[2], "Property=12");
 }
 
+TEST_F(ControllerConfigTest, UsageListsEveryActionButDebug) {
+    const auto r = Run("vkconfig storage controller -?");
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->kind, CLPS_RESP_USAGE);
+    EXPECT_EQ(r->msgId, 6971u);
+    const std::string usage = r->pUsageXML != nullptr ? r->pUsageXML : "";
+    size_t actions = 0;
+    for (size_t at = usage.find("<Action "); at != std::string::npos;
+         at = usage.find("<Action ", at + 1))
+        ++actions;
+    EXPECT_EQ(actions, 38u);
+    EXPECT_EQ(usage.find("name=\"debug\""), std::string::npos);
+    EXPECT_NE(usage.find("name=\"createvdisk\""), std::string::npos);
+}
+
+TEST_F(ControllerConfigTest, DisablingCopybackWarnsAboutAutoReplaceMember) {
+    testing::internal::CaptureStdout();
+    const auto r =
+        Run("vkconfig storage controller action=setchangecontrollerproperties "
+            "controller=0 AllowRevertibleHotSpareandReplaceMember=disabled");
+    const std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_TRUE(Sent(r.get())) << RefusalOf(r.get());
+    EXPECT_EQ(out,
+              "\n If Auto replace member on predictive failure is enabled that will also be "
+              "disabled as a part of this command\n");
+    EXPECT_EQ(ChangeSent(),
+              (Strings{"vkacmd=setCntrlChangeProperties", "GlobalNo=0", "Copyback=2"}));
+}
+
 // ---- the common entry checks --------------------------------------------------------------
 
 TEST_F(ControllerConfigTest, RefusesUnknownControllersAndActionsTheMasksDoNotAllow) {
@@ -396,6 +425,19 @@ TEST_F(ControllerConfigTest, SecurityModesDecideKeyManagementSwitches) {
                         {1614, "createsecuritykey", ""}},
                        {"action=unlockdkmforeignconfig controller=0", {1735, "", ""}},
                    });
+}
+
+TEST_F(ControllerConfigTest, KeyDeletionWithoutASecurityModeGoesByTheAttributes) {
+    Set("SecurityMode", "");
+    Set("AttributesMask", Mask(kSecureKeyAndPi & ~(1u << 24)));
+    ExpectRefusals(*this,
+                   {{"action=deletesecuritykey controller=0", {1736, "deletesecuritykey", ""}}});
+    Set("AttributesMask", Mask(kSecureKeyAndPi & ~(1u << 23)));
+    ExpectRefusals(*this,
+                   {{"action=deletesecuritykey controller=0", {1614, "deletesecuritykey", ""}}});
+    Set("AttributesMask", Mask(kSecureKeyAndPi));
+    ExpectSends(*this, {{"action=deletesecuritykey controller=0",
+                         {"vkacmd=setCntrlSecurityKey", "GlobalNo=0"}}});
 }
 
 TEST_F(ControllerConfigTest, SecureForeignImportNeedsAKey) {
