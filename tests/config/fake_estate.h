@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -61,6 +62,11 @@ class Estate {
     void SetFor(const std::string& request, const std::string& globalNo, std::string objects) {
         answers_[request + "|" + globalNo] = std::move(objects);
     }
+    // Answer for the request named request when it holds the entry pair
+    // ("Channel=0"); checked before the answers above, in the order set.
+    void SetWhen(const std::string& request, const std::string& pair, std::string objects) {
+        conditional_.push_back({request, pair, std::move(objects)});
+    }
     // The agent does not answer this request at all.
     void Silence(const std::string& request) { silent_.insert(request); }
 
@@ -92,8 +98,14 @@ class Estate {
         const std::string name = nv.empty() ? "" : nv[0].substr(std::strlen("vkacmd="));
         if (self->silent_.count(name) != 0) return nullptr;
         std::string objects;
-        if (auto it = self->answers_.find(name + "|" + Value(nv, "GlobalNo"));
-            it != self->answers_.end())
+        const auto when = std::find_if(
+            self->conditional_.begin(), self->conditional_.end(), [&](const Conditional& c) {
+                return c.request == name && std::find(nv.begin(), nv.end(), c.pair) != nv.end();
+            });
+        if (when != self->conditional_.end())
+            objects = when->objects;
+        else if (auto it = self->answers_.find(name + "|" + Value(nv, "GlobalNo"));
+                 it != self->answers_.end())
             objects = it->second;
         else if (auto all = self->answers_.find(name); all != self->answers_.end())
             objects = all->second;
@@ -105,6 +117,12 @@ class Estate {
     static void Free(void*, char* data) { std::free(data); }
 
   private:
+    struct Conditional {
+        std::string request;
+        std::string pair;
+        std::string objects;
+    };
+    std::vector<Conditional> conditional_;
     std::map<std::string, std::string> answers_;
     std::set<std::string> silent_;
 };
