@@ -173,6 +173,22 @@ constexpr int kAlertReplaced = 2052;
 
 }  // namespace
 
+namespace {
+// A rebuilding virtual disk shows how far its slowest rebuild is.
+void showRebuildProgress(Estate& e, int64_t vdOid) {
+    Object& vd = *e.edit(vdOid);
+    if (vd.num("ObjState") != state::kRebuilding) {
+        if (vd.find("Progress") && !vd.find("_op")) vd.erase("Progress");
+        return;
+    }
+    long long least = 100;
+    for (int64_t m : memberOids(vd))
+        if (const Object* d = e.byOid(m); d && d->num("ObjState") == state::kRebuilding)
+            least = std::min(least, d->num("Progress"));
+    vd.set("Progress", std::to_string(least));
+}
+}  // namespace
+
 void refreshVdisk(Estate& e, int64_t now, int64_t vdOid) {
     Object* vd = e.edit(vdOid);
     if (!vd) return;
@@ -222,6 +238,7 @@ void refreshVdisk(Estate& e, int64_t now, int64_t vdOid) {
     }
     for (const Object* sp : e.children(kind::kSpan, vdOid))
         e.edit(sp->oid)->set("ObjState", std::to_string(next));
+    showRebuildProgress(e, vdOid);
 }
 
 bool takeOverWithSpare(Estate& e, int64_t now, int64_t vdOid, int64_t downOid) {
@@ -452,28 +469,20 @@ void advanceEstate(Estate& e, int64_t from, int64_t to) {
             rate = c ? std::clamp(c->num(row->rateTag), 1LL, 100LL) : 30;
         }
         const long long work = o->num("_opwork");
-        const long long done =
-            std::min(work, o->num("_opdone") + (to - from) * row->perSecond * rate / 100);
+        const long long speed = std::max(1LL, row->perSecond * rate / 100);  // work per second
+        const long long before = o->num("_opdone");
+        const long long done = std::min(work, before + (to - from) * speed);
         if (done >= work) {
+            // ends at the second its work is done, which alerts show
+            const int64_t end = std::min<int64_t>(to, from + (work - before + speed - 1) / speed);
             cancelOp(*o);
-            row->finish(e, to, oid);
+            row->finish(e, end, oid);
             continue;
         }
         o->set("_opdone", std::to_string(done));
         o->set("Progress", std::to_string(done * 100 / work));
     }
-    // A rebuilding virtual disk shows how far its slowest rebuild is.
-    for (const Object* vd : e.all(kind::kVdisk)) {
-        if (vd->num("ObjState") != state::kRebuilding) {
-            if (vd->find("Progress") && !vd->find("_op")) e.edit(vd->oid)->erase("Progress");
-            continue;
-        }
-        long long least = 100;
-        for (int64_t m : memberOids(*vd))
-            if (const Object* d = e.byOid(m); d && d->num("ObjState") == state::kRebuilding)
-                least = std::min(least, d->num("Progress"));
-        e.edit(vd->oid)->set("Progress", std::to_string(least));
-    }
+    for (const Object* vd : e.all(kind::kVdisk)) showRebuildProgress(e, vd->oid);
 }
 
 // ---- faults -------------------------------------------------------------

@@ -25,6 +25,7 @@ constexpr const char* kUsage =
     "       kvda set OBJECT TAG=VALUE...      (OBJECT as in: controller=0 pdisk=0:1:4)\n"
     "       kvda unset OBJECT TAG...\n"
     "       kvda fail OBJECT | kvda replace OBJECT\n"
+    "       kvda alerts                          the alert log, oldest first\n"
     "       kvda time [advance DURATION]           (DURATION such as 90s, 10m, 2h, 1d)\n"
     "       kvda journal [--clear]\n"
     "state file: $KVDA_STATE, else the user's state directory (vk/kvda.db)\n";
@@ -181,6 +182,13 @@ int cmdFault(Agent& agent, const std::vector<std::string>& args, bool failed) {
     return 0;
 }
 
+int cmdAlerts(Agent& agent) {
+    for (const Object* a : agent.estate().all(kind::kAlert))
+        std::cout << a->get("Time") << "  " << a->get("AlertID") << "  " << a->get("Severity")
+                  << "  " << a->get("Message") << "\n";
+    return 0;
+}
+
 int cmdTime(Agent& agent, const std::vector<std::string>& args) {
     if (!args.empty()) {
         if (args[0] != "advance" || args.size() != 2)
@@ -193,7 +201,11 @@ int cmdTime(Agent& agent, const std::vector<std::string>& args) {
     }
     const int64_t now = agent.now();
     std::cout << "simulated time: " << formatClock(now) << " (" << formatDuration(now)
-              << " since the estate was created; " << timeScale() << "x the wall clock)\n";
+              << " since the estate was created; ";
+    if (timeScale() == 0)
+        std::cout << "stopped: only 'kvda time advance' moves it)\n";
+    else
+        std::cout << "runs at " << timeScale() << "x the wall clock)\n";
     return 0;
 }
 
@@ -218,7 +230,7 @@ int run(const std::vector<std::string>& argv) {
         return 0;
     }
     if (cmd != "show" && cmd != "send" && cmd != "set" && cmd != "unset" && cmd != "fail" &&
-        cmd != "replace" && cmd != "journal" && cmd != "time")
+        cmd != "replace" && cmd != "journal" && cmd != "time" && cmd != "alerts")
         throw Usage("unknown command '" + cmd + "'");
     Agent agent(defaultStatePath());
     if (cmd == "show") return cmdShow(agent, args);
@@ -232,6 +244,10 @@ int run(const std::vector<std::string>& argv) {
     if (cmd == "set" || cmd == "unset") return cmdSet(agent, args, cmd == "set");
     if (cmd == "fail" || cmd == "replace") return cmdFault(agent, args, cmd == "fail");
     if (cmd == "time") return cmdTime(agent, args);
+    if (cmd == "alerts") {
+        if (!args.empty()) throw Usage("alerts: takes no arguments");
+        return cmdAlerts(agent);
+    }
     return cmdJournal(agent, args);
 }
 

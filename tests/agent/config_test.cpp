@@ -311,6 +311,7 @@ TEST_F(ConfigTest, AFailedMemberIsRebuiltOnAHotSpareAndCopiedBack) {
     EXPECT_EQ(disk("0:0:6")["ObjState"], "1");
     EXPECT_EQ(vdisk("1")["ObjState"], "32");
     EXPECT_EQ(vdisk("1")["InitState"], "0");  // background initialization stopped
+    EXPECT_EQ(vdisk("1")["Progress"], "0");
     auto members = ask({"vkacmd=getArrayDisksForVirtualDisk", "GlobalNo=0", "LogicalDriveNum=1"});
     ASSERT_EQ(members.size(), 3u);
     EXPECT_EQ(members[1]["Name"], "Physical Disk 0:0:5");
