@@ -2,107 +2,47 @@
 //
 // Validators read a tag at n = 0, 1, 2, ... until the read fails. Parsing the
 // answer for every read would make such a walk quadratic, so the lookups are
-// answered from one parse per buffer content, kept with an index of the
-// elements by name. The parse is made exactly as the XML support library
-// makes it (same parser options, well-formedness required, the document
-// element counted by the tag lookup, text content of all descendants), so the
-// answers equal those of XMLSupGetXMLMemData and the SXDOM functions.
-#include <libxml/parser.h>
-#include <libxml/tree.h>
-
+// answered from one DOM per buffer content: the XML support library's own
+// parse and element index, so the answers equal those of XMLSupGetXMLMemData
+// and the SXDOM functions by construction.
 #include <algorithm>
 #include <cstring>
-#include <mutex>
+#include <memory>
 #include <new>
-#include <string_view>
-#include <unordered_map>
 
 #include "da.h"
 #include "xmlsup.h"
 
 namespace {
 
-constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
-
-struct DocFree {
-    void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
+struct ListFree {
+    void operator()(SXDOMGenericList* list) const { SXDOMFreeGenericList(list); }
 };
-using DocPtr = std::unique_ptr<xmlDoc, DocFree>;
+using ListPtr = std::unique_ptr<SXDOMGenericList, ListFree>;
 
-struct ParserCtxtFree {
-    void operator()(xmlParserCtxt* ctxt) const { xmlFreeParserCtxt(ctxt); }
+struct RootFree {
+    void operator()(void* root) const { SXDOMDestroy(root); }
 };
+using RootPtr = std::unique_ptr<void, RootFree>;
 
-struct XmlCharFree {
-    void operator()(xmlChar* s) const { xmlFree(s); }
-};
-using XmlString = std::unique_ptr<xmlChar, XmlCharFree>;
-
-DocPtr Parse(const char* xml, uint32_t len) {
-    if (xml == nullptr || len == 0) {
-        return nullptr;
-    }
-    static std::once_flag once;
-    std::call_once(once, [] { xmlInitParser(); });
-    std::unique_ptr<xmlParserCtxt, ParserCtxtFree> ctxt(xmlNewParserCtxt());
-    if (!ctxt) {
-        return nullptr;
-    }
-    DocPtr doc(
-        xmlCtxtReadMemory(ctxt.get(), xml, static_cast<int>(len), nullptr, nullptr, kParseOptions));
-    if (!doc || ctxt->wellFormed == 0 || xmlDocGetRootElement(doc.get()) == nullptr) {
-        return nullptr;
-    }
-    return doc;
-}
-
-// One parsed buffer content and its elements by name (document order, the
-// document element included).
+// One buffer content's DOM and its storage objects.
 struct ParsedXml {
     const OCSXBuf* buf = nullptr;
     uint64_t generation = 0;
     uint32_t size = 0;
-    DocPtr doc;  // null when the content does not parse
-    std::unordered_map<std::string_view, std::vector<xmlNode*>> byName;
-    std::vector<xmlNode*> objects;  // storage objects below the document element
+    RootPtr root;     // null when the content does not parse
+    ListPtr objects;  // storage objects below the document element; null when none
 
     bool Holds(const OCSXBuf* b) const {
         return buf == b && generation == b->generation && size == b->contentSize;
     }
 
     void Clear() {
-        byName.clear();
-        objects.clear();
-        doc.reset();
+        objects.reset();  // before the root that owns its elements
+        root.reset();
         buf = nullptr;
         generation = 0;
         size = 0;
-    }
-
-    void Index() {
-        xmlNode* top = xmlDocGetRootElement(doc.get());
-        // Iterative preorder walk: deep answers must not exhaust the stack.
-        xmlNode* node = top;
-        while (node != nullptr) {
-            if (node->type == XML_ELEMENT_NODE) {
-                byName[reinterpret_cast<const char*>(node->name)].push_back(node);
-                if (node != top && std::strcmp(reinterpret_cast<const char*>(node->name),
-                                               da::kStorageObjectElement) == 0) {
-                    objects.push_back(node);
-                }
-                if (node->children != nullptr) {
-                    node = node->children;
-                    continue;
-                }
-            }
-            while (node != nullptr && node != top && node->next == nullptr) {
-                node = node->parent;
-            }
-            if (node == nullptr || node == top) {
-                break;
-            }
-            node = node->next;
-        }
     }
 };
 
@@ -137,14 +77,9 @@ const ParsedXml& ParsedFor(const OCSXBuf* buf, ParsedXml& scratch) {
         return entry;
     }
     entry.Clear();
-    try {
-        entry.doc = Parse(buf->pContent, buf->contentSize);
-        if (entry.doc) {
-            entry.Index();
-        }
-    } catch (const std::bad_alloc&) {
-        entry.Clear();
-        return entry;  // reads as "does not parse", and is not kept
+    entry.root.reset(SXDOMCreate(buf->pContent, buf->contentSize, 1));
+    if (entry.root) {
+        entry.objects.reset(SXDOMSelect(entry.root.get(), da::kStorageObjectElement, 1));
     }
     entry.buf = buf;
     entry.generation = buf->generation;
@@ -152,17 +87,15 @@ const ParsedXml& ParsedFor(const OCSXBuf* buf, ParsedXml& scratch) {
     return entry;
 }
 
-// Copies text cut to capacity - 1 bytes and terminated.
-void CopyCut(const char* text, char* out, uint32_t capacity) {
+// Copies an element's text cut to capacity - 1 bytes and terminated.
+void CopyValue(void* element, char* out, uint32_t capacity) {
+    const char* text = SXDOMGetValue(element);
+    if (text == nullptr) {
+        text = "";
+    }
     const size_t n = std::min<size_t>(std::strlen(text), capacity - 1);
     std::memcpy(out, text, n);
     out[n] = '\0';
-}
-
-bool CopyContent(xmlNode* node, char* out, uint32_t capacity) {
-    XmlString content(xmlNodeGetContent(node));
-    CopyCut(content ? reinterpret_cast<const char*>(content.get()) : "", out, capacity);
-    return true;
 }
 
 void TraceLevel4(const char* line) {
@@ -170,11 +103,6 @@ void TraceLevel4(const char* line) {
         SysDbgPrint("%s", line);
     }
 }
-
-struct ListFree {
-    void operator()(SXDOMGenericList* list) const { SXDOMFreeGenericList(list); }
-};
-using ListPtr = std::unique_ptr<SXDOMGenericList, ListFree>;
 
 }  // namespace
 
@@ -196,14 +124,14 @@ int32_t GetNthTagValueWithSize(const char* tag, char* out, uint32_t capacity, ui
     }
     ParsedXml scratch;
     const ParsedXml& parsed = ParsedFor(buf, scratch);
-    if (!parsed.doc) {
+    if (!parsed.root) {
         return XMLSUP_BAD_XML;
     }
-    auto it = parsed.byName.find(tag);
-    if (it == parsed.byName.end() || n >= it->second.size()) {
+    void* element = SXDOMGetNthElementByName(parsed.root.get(), tag, n);
+    if (element == nullptr) {
         return XMLSUP_NOT_FOUND;
     }
-    CopyContent(it->second[n], out, capacity);
+    CopyValue(element, out, capacity);
     return XMLSUP_OK;
 }
 
@@ -219,21 +147,26 @@ int32_t QueryNthQXStorObjElementWithSize(const char* tag, char* out, uint32_t ca
     }
     ParsedXml scratch;
     const ParsedXml& parsed = ParsedFor(buf, scratch);
-    if (!parsed.doc) {
+    if (!parsed.root) {
         TraceLevel4("QueryNthQXStorObjElement(): pRootNode is NULL \n");
         return kDANotValid;
     }
-    if (parsed.objects.empty()) {
+    if (!parsed.objects) {
         TraceLevel4("QueryNthQXStorObjElement(): pList is NULL \n");
         return kDANotValid;
     }
-    if (n >= parsed.objects.size()) {
+    if (n >= parsed.objects->count) {
         return kDANotValid;
     }
-    for (xmlNode* child = parsed.objects[n]->children; child != nullptr; child = child->next) {
-        if (child->type == XML_ELEMENT_NODE &&
-            std::strcmp(reinterpret_cast<const char*>(child->name), tag) == 0) {
-            CopyContent(child, out, capacity);
+    ListPtr children(SXDOMGetChildList(parsed.objects->ppItems[n]));
+    if (!children) {
+        return kDANotValid;
+    }
+    // The first child of that name wins.
+    for (uint32_t i = 0; i < children->count; ++i) {
+        const char* name = SXDOMGetName(children->ppItems[i]);
+        if (name != nullptr && std::strcmp(name, tag) == 0) {
+            CopyValue(children->ppItems[i], out, capacity);
             return kDAValid;
         }
     }

@@ -39,12 +39,32 @@ void InitLibrary() {
     std::call_once(once, [] { xmlInitParser(); });
 }
 
+void Silent(void*, const char*, ...) {}
+
+// libxml2 reports some faults (an undecodable byte, say) through its
+// per-thread generic handler whatever the parse options say; silence it for
+// the parse and put back whatever the process had.
+class QuietErrors {
+  public:
+    QuietErrors() : handler_(xmlGenericError), context_(xmlGenericErrorContext) {
+        xmlSetGenericErrorFunc(nullptr, Silent);
+    }
+    ~QuietErrors() { xmlSetGenericErrorFunc(context_, handler_); }
+    QuietErrors(const QuietErrors&) = delete;
+    QuietErrors& operator=(const QuietErrors&) = delete;
+
+  private:
+    xmlGenericErrorFunc handler_;
+    void* context_;
+};
+
 // Null when the text is empty or not well-formed.
 DocPtr Parse(const char* xml, uint32_t len) {
     if (xml == nullptr || len == 0 || len > static_cast<uint32_t>(INT_MAX)) {
         return nullptr;
     }
     InitLibrary();
+    QuietErrors quiet;
     // A private parser context keeps error reporting local to this parse.
     std::unique_ptr<xmlParserCtxt, ParserCtxtFree> ctxt(xmlNewParserCtxt());
     if (!ctxt) {
@@ -104,6 +124,9 @@ struct DomRoot {
     DocPtr doc;
     std::mutex lock;
     std::unordered_map<const xmlNode*, std::string> values;
+    // Elements by name in document order, built on the first lookup by name.
+    std::unordered_map<std::string, std::vector<xmlNode*>> byName;
+    bool indexed = false;
     std::unordered_map<const SXDOMGenericList*, std::unique_ptr<List>> lists;
 
     SXDOMGenericList* MakeList(std::vector<void*> items) {
@@ -258,6 +281,35 @@ const char* SXDOMGetValue(void* element) {
         }
         return it->second.c_str();
     } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+void* SXDOMGetNthElementByName(void* root, const char* name, uint32_t occurrence) {
+    auto* dom = static_cast<DomRoot*>(root);
+    if (dom == nullptr || name == nullptr) {
+        return nullptr;
+    }
+    try {
+        std::lock_guard guard(dom->lock);
+        if (!dom->indexed) {
+            xmlNode* top = xmlDocGetRootElement(dom->doc.get());
+            auto add = [dom](xmlNode* node) {
+                dom->byName[reinterpret_cast<const char*>(node->name)].push_back(node);
+                return true;
+            };
+            add(top);
+            WalkDescendants(top, add);
+            dom->indexed = true;
+        }
+        auto it = dom->byName.find(name);
+        if (it == dom->byName.end() || occurrence >= it->second.size()) {
+            return nullptr;
+        }
+        return it->second[occurrence];
+    } catch (const std::bad_alloc&) {
+        dom->byName.clear();
+        dom->indexed = false;
         return nullptr;
     }
 }

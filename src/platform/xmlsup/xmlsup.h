@@ -52,6 +52,12 @@ VK_XMLSUP_EXPORT const char* SXDOMGetName(void* element);
 /* The element's text content (all descendant text), "" when empty. */
 VK_XMLSUP_EXPORT const char* SXDOMGetValue(void* element);
 VK_XMLSUP_EXPORT void SXDOMFreeGenericList(SXDOMGenericList* list);
+/* The occurrence-th element (counting from 0, document order, any depth,
+ * the document element included) whose name equals name exactly: the element
+ * XMLSupGetXMLMemData reads from the same text. Null when there is none.
+ * The first lookup indexes the document, so reading every occurrence of
+ * several tags costs one pass. */
+VK_XMLSUP_EXPORT void* SXDOMGetNthElementByName(void* root, const char* name, uint32_t occurrence);
 
 #ifdef __cplusplus
 }
