@@ -20,7 +20,6 @@ constexpr size_t kRootSize = 512;
 constexpr size_t kLineSize = 256;
 constexpr int kSettingsLines = 6;
 
-constexpr const char* kDefaultName = "rvstat64.log";
 constexpr const char* kFallbackPrefix = "./";
 constexpr const char* kSeparator = "/";
 
