@@ -74,13 +74,14 @@ TEST(XMLSupGetXMLMemData, FindsNthElementAnywhere) {
     }
 }
 
-constexpr std::array<std::string_view, 6> kBadXml = {
+constexpr std::array<std::string_view, 7> kBadXml = {
     "<ROOT><A>1</A>",                                     // unclosed
     "<ROOT><A>1</B></ROOT>",                              // mismatched
     "not xml at all",                                     //
     "<ROOT><A>&bogus;</A></ROOT>",                        // undefined entity
     "<!DOCTYPE R [<!ENTITY e \"x\">]><R><A>&e;</A></R>",  // document type refused
     "",
+    "<?xml version=\"1.0\" encoding=\"Shift_JIS\"?><R>\x81\xfd</R>",  // undecodable
 };
 
 TEST(XMLSupGetXMLMemData, MalformedTextIsNotFoundAndSilent) {
