@@ -40,8 +40,16 @@
     <xsl:variable name="objects" select="key('object', 'all')"/>
     <xsl:variable name="status" select="normalize-space(key('status', 'all')[1])"/>
     <xsl:variable name="failed" select="$status != '' and $status != '0'"/>
-    <xsl:apply-templates select="$objects"/>
+    <!-- A configuration command that was carried out says so in one line;
+         the object it changed is in the XML and JSON forms. -->
+    <xsl:variable name="configured" select="$program = 'vkconfig' and not($failed)"/>
+    <xsl:if test="not($configured)">
+      <xsl:apply-templates select="$objects"/>
+    </xsl:if>
     <xsl:choose>
+      <xsl:when test="$configured">
+        <xsl:text>The command was carried out.&#10;</xsl:text>
+      </xsl:when>
       <xsl:when test="$failed">
         <xsl:if test="$objects">
           <xsl:text>&#10;</xsl:text>
@@ -58,9 +66,6 @@
         <xsl:text>&#10;</xsl:text>
       </xsl:when>
       <xsl:when test="$objects"/>
-      <xsl:when test="$program = 'vkconfig'">
-        <xsl:text>The command was carried out.&#10;</xsl:text>
-      </xsl:when>
       <xsl:otherwise>
         <xsl:text>No objects found.&#10;</xsl:text>
       </xsl:otherwise>

@@ -298,6 +298,12 @@ TEST(Decoding, UnknownCodesStayVisible) {
 TEST(ConfigurationSheet, SaysACarriedOutCommandWasCarriedOut) {
     EXPECT_EQ(Transform("kvclp.xsl", "<RESPONSE><SMStatus>0</SMStatus></RESPONSE>", "vkconfig"),
               "The command was carried out.\n");
+    // The changed object the agent sends back stays out of the text.
+    EXPECT_EQ(Transform("kvclp.xsl",
+                        "<RESPONSE><QXStorageObject><ObjID>13</ObjID><Blinking>1</Blinking>"
+                        "</QXStorageObject><SMStatus>0</SMStatus></RESPONSE>",
+                        "vkconfig"),
+              "The command was carried out.\n");
     EXPECT_EQ(Transform("kvclp.xsl",
                         "<RESPONSE><SMStatus>5</SMStatus><SMMessage>disk busy</SMMessage>"
                         "</RESPONSE>",
