@@ -13,6 +13,7 @@
 #include "clps.h"
 #include "handlers.h"
 #include "kvsup.h"
+#include "text.h"
 #include "trace.h"
 
 namespace {
@@ -147,23 +148,15 @@ constexpr std::array<std::string_view, 25> kReservedPrefixes = {
 constexpr std::string_view kForbiddenFileChars = "\"*/<>?\\|";
 // clang-format on
 
-bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
-        if (lower(a[i]) != lower(b[i])) return false;
-    }
-    return true;
-}
-
 bool IsFileNameValid(const char* value) {
     if (value == nullptr) return false;
     const std::string_view name = value;
     if (name.size() > kFileNameMax) return false;
     for (std::size_t i = 0; i < kReservedNames.size(); ++i) {
-        if (EqualsIgnoreCase(name, kReservedNames[i])) return false;
+        if (vk::EqualsIgnoreCase(name, kReservedNames[i])) return false;
         const std::string_view prefix = kReservedPrefixes[i];
-        if (name.size() >= prefix.size() && EqualsIgnoreCase(name.substr(0, prefix.size()), prefix))
+        if (name.size() >= prefix.size() &&
+            vk::EqualsIgnoreCase(name.substr(0, prefix.size()), prefix))
             return false;
     }
     for (std::size_t i = 0; i < name.size(); ++i) {

@@ -126,7 +126,6 @@ class Renderer {
 // ---- output (output.cpp) ----
 // "name=value" with the value hidden when the name mentions a pass phrase.
 std::string HidePassphrase(std::string_view pair);
-std::string XmlEscape(std::string_view text);
 // Writes the outcome to standard output and standard error; returns the exit
 // status.
 int Emit(const Outcome& outcome, Format format, std::string_view program);

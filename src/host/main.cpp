@@ -9,6 +9,7 @@
 
 #include "host.h"
 #include "plugin.h"
+#include "text.h"
 
 namespace vk::host {
 namespace {
@@ -183,7 +184,7 @@ class Responder {
                 break;
             case CLPS_RESP_TEXT:
                 out.text = Str(resp.pDataBuf);
-                out.xml = "<Text>" + XmlEscape(out.text) + "</Text>";
+                out.xml = "<Text>" + vk::XmlEscaped(out.text) + "</Text>";
                 break;
             case CLPS_RESP_DRYRUN:
                 out.status = Status::DryRun;
@@ -191,7 +192,7 @@ class Responder {
                 out.xml = "<DryRun agent=\"" + std::string(kAgent) + "\">";
                 for (const std::string& pair : out.request) {
                     out.text += "  " + pair + "\n";
-                    out.xml += "<Request>" + XmlEscape(pair) + "</Request>";
+                    out.xml += "<Request>" + vk::XmlEscaped(pair) + "</Request>";
                 }
                 out.xml += "</DryRun>";
                 break;
@@ -261,9 +262,9 @@ class Responder {
             }
         }
         if (out.exitCode != kExitDone) out.diagnostic = out.text;
-        out.xml = "<Message number=\"" + std::to_string(id) + "\"><Text>" + XmlEscape(out.text) +
-                  "</Text><Arg>" + XmlEscape(arg1) + "</Arg><Arg>" + XmlEscape(arg2) +
-                  "</Arg></Message>";
+        out.xml = "<Message number=\"" + std::to_string(id) + "\"><Text>" +
+                  vk::XmlEscaped(out.text) + "</Text><Arg>" + vk::XmlEscaped(arg1) + "</Arg><Arg>" +
+                  vk::XmlEscaped(arg2) + "</Arg></Message>";
     }
 
     void FromUsage(const CLPSResponse& resp, Outcome& out) {
@@ -284,7 +285,7 @@ class Responder {
                                               " in " + (share_ / "messages.txt").string());
         } else {
             out.xml = "<Message number=\"" + std::to_string(id) + "\"><Text>" +
-                      XmlEscape(out.text) + "</Text></Message>";
+                      vk::XmlEscaped(out.text) + "</Text></Message>";
         }
     }
 
@@ -362,7 +363,7 @@ int Run(int argc, char** argv) {
         if (opts.help || opts.version) {
             out.status = opts.help ? Status::Usage : Status::Ok;
             out.text = opts.help ? WithProgram(kHelp, program) : program + " " + VK_VERSION + "\n";
-            out.xml = "<Text>" + XmlEscape(out.text) + "</Text>";
+            out.xml = "<Text>" + vk::XmlEscaped(out.text) + "</Text>";
         } else if (opts.words.empty()) {
             throw HostError(kExitCommandLine, "no command given (try '" + program +
                                                   " storage -?' or '" + program + " --help')");

@@ -72,30 +72,6 @@ std::string HidePassphrase(std::string_view pair) {
     return eq == std::string_view::npos ? std::string("***") : name + "=***";
 }
 
-std::string XmlEscape(std::string_view text) {
-    std::string out;
-    out.reserve(text.size());
-    for (const char c : text) {
-        switch (c) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            case '"':
-                out += "&quot;";
-                break;
-            default:
-                out += c;
-        }
-    }
-    return out;
-}
-
 int Emit(const Outcome& outcome, Format format, std::string_view program) {
     switch (format) {
         case Format::Text:

@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include "text.h"
+
 namespace {
 
 // Buffer sizes of the settings; names and paths that do not fit fall back or
@@ -39,18 +41,6 @@ struct FileCloser {
     }
 };
 using File = std::unique_ptr<FILE, FileCloser>;
-
-bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        char x = a[i];
-        char y = b[i];
-        if (x >= 'A' && x <= 'Z') x = static_cast<char>(x - 'A' + 'a');
-        if (y >= 'A' && y <= 'Z') y = static_cast<char>(y - 'A' + 'a');
-        if (x != y) return false;
-    }
-    return true;
-}
 
 // Leading decimal digits (optional blanks and sign first); 0 when there are
 // none. Values beyond 32 bits are clamped rather than wrapped.
@@ -92,12 +82,12 @@ void ReadSettings() {
             if (eq == nullptr) continue;
             std::string_view key(line, static_cast<size_t>(eq - line));
             const char* value = eq + 1;
-            if (EqualsIgnoreCase(key, "loglevel")) {
+            if (vk::EqualsIgnoreCase(key, "loglevel")) {
                 int32_t level = ReadNumber(value);
                 if (level >= 0) g_trace.level = level;
-            } else if (EqualsIgnoreCase(key, "logtarget")) {
+            } else if (vk::EqualsIgnoreCase(key, "logtarget")) {
                 g_trace.target = ReadNumber(value);
-            } else if (EqualsIgnoreCase(key, "logpathfile")) {
+            } else if (vk::EqualsIgnoreCase(key, "logpathfile")) {
                 if (*value != '\0') {
                     CopyTruncated(g_trace.path, sizeof g_trace.path, value);
                     pathRead = true;

@@ -18,7 +18,7 @@ namespace {
 
 using Pairs = std::vector<std::string>;
 
-class ConfigTest : public AgentTest {
+class AgentConfigTest : public AgentTest {
   protected:
     // Frees disks 0:0:2..0:0:5 of the default estate (its virtual disk 1).
     void freeDataDisks() { ask({"vkacmd=setVDdelete", "GlobalNo=0", "LogicalDriveNum=1"}); }
@@ -50,7 +50,7 @@ class ConfigTest : public AgentTest {
 
 // ---- virtual disks ---------------------------------------------------------
 
-TEST_F(ConfigTest, CreatingAVirtualDiskTurnsItsDisksOnline) {
+TEST_F(AgentConfigTest, CreatingAVirtualDiskTurnsItsDisksOnline) {
     freeDataDisks();
     auto made = ask({"vkacmd=setCntrlCreateVD", "GlobalNo=0", "Layout=64",
                      "adisk=0:0:2,0:0:3,0:0:4", "Name=Web", "StripeSize=256", "ReadPolicy=4",
@@ -92,7 +92,7 @@ struct Refusal {
     std::string words;  // the message names what was wrong
 };
 
-TEST_F(ConfigTest, RefusedCreationsLeaveTheEstateUntouched) {
+TEST_F(AgentConfigTest, RefusedCreationsLeaveTheEstateUntouched) {
     freeDataDisks();
     const std::string three = "adisk=0:0:2,0:0:3,0:0:4";
     const std::vector<Refusal> cases{
@@ -136,7 +136,7 @@ TEST_F(ConfigTest, RefusedCreationsLeaveTheEstateUntouched) {
     EXPECT_EQ(dump(), before);
 }
 
-TEST_F(ConfigTest, DeletingAVirtualDiskFreesItsDisksAndSpares) {
+TEST_F(AgentConfigTest, DeletingAVirtualDiskFreesItsDisksAndSpares) {
     ask({"vkacmd=setVDDedicatedHotSpare", "GlobalNo=0", "LogicalDriveNum=1", "adisk=0:0:10",
          "set=yes"},
         8);  // a SATA disk cannot serve SAS members
@@ -156,7 +156,7 @@ TEST_F(ConfigTest, DeletingAVirtualDiskFreesItsDisksAndSpares) {
     EXPECT_EQ(ask({"vkacmd=getVirtualDisksForController", "GlobalNo=0"}).size(), 1u);
 }
 
-TEST_F(ConfigTest, ReconfigureRenamesChangesPoliciesAndGrows) {
+TEST_F(AgentConfigTest, ReconfigureRenamesChangesPoliciesAndGrows) {
     ask({"vkacmd=setVDReconfigure", "GlobalNo=0", "LogicalDriveNum=0", "Name=Boot"});
     EXPECT_EQ(vdisk("0")["Name"], "Boot");
     ask({"vkacmd=setVDReconfigure", "GlobalNo=0", "LogicalDriveNum=0", "ReadPolicy=16",
@@ -183,7 +183,7 @@ TEST_F(ConfigTest, ReconfigureRenamesChangesPoliciesAndGrows) {
 
 // ---- physical disks and hot spares -------------------------------------------
 
-TEST_F(ConfigTest, HotSparesOnlineOfflineAndRebuild) {
+TEST_F(AgentConfigTest, HotSparesOnlineOfflineAndRebuild) {
     ask({"vkacmd=setArrayDiskGlobalHotSpare", "GlobalNo=0", "adisk=0:0:10", "set=yes"});
     EXPECT_TRUE(bit(disk("0:0:10"), "AttributesMask", diskattr::kGlobalHotSpare));
     EXPECT_TRUE(bit(disk("0:0:10"), "CurrentMethodMask", 0x20));  // may be unassigned
@@ -215,7 +215,7 @@ TEST_F(ConfigTest, HotSparesOnlineOfflineAndRebuild) {
     EXPECT_EQ(vdisk("0")["ObjState"], "1");
 }
 
-TEST_F(ConfigTest, DiskRequestsChangeWhatTheyName) {
+TEST_F(AgentConfigTest, DiskRequestsChangeWhatTheyName) {
     struct Case {
         Pairs request;
         std::string id, tag, value;
@@ -255,7 +255,7 @@ TEST_F(ConfigTest, DiskRequestsChangeWhatTheyName) {
     EXPECT_EQ(dump(), before);
 }
 
-TEST_F(ConfigTest, ExportLogsStayInTheAgentsDirectory) {
+TEST_F(AgentConfigTest, ExportLogsStayInTheAgentsDirectory) {
     auto out =
         ask({"vkacmd=exportDiskReliabilityLog", "GlobalNo=0", "adisk=0:0:7", "FileName=ssd.log"});
     ASSERT_FALSE(out.empty());
@@ -270,7 +270,7 @@ TEST_F(ConfigTest, ExportLogsStayInTheAgentsDirectory) {
 
 // ---- simulated time, faults and rebuilds ---------------------------------------
 
-TEST_F(ConfigTest, OperationsProgressWithSimulatedTimeAtTheControllersRates) {
+TEST_F(AgentConfigTest, OperationsProgressWithSimulatedTimeAtTheControllersRates) {
     ask({"vkacmd=setVDCheckConsistency", "GlobalNo=0", "LogicalDriveNum=0"});
     EXPECT_EQ(vdisk("0")["CCState"], "1");
     ask({"vkacmd=setVDCheckConsistency", "GlobalNo=0", "LogicalDriveNum=0"}, 8);  // busy
@@ -300,7 +300,7 @@ TEST_F(ConfigTest, OperationsProgressWithSimulatedTimeAtTheControllersRates) {
     EXPECT_EQ(bat()["LearnState"], "0");
 }
 
-TEST_F(ConfigTest, AFailedMemberIsRebuiltOnAHotSpareAndCopiedBack) {
+TEST_F(AgentConfigTest, AFailedMemberIsRebuiltOnAHotSpareAndCopiedBack) {
     freeDataDisks();
     ask({"vkacmd=setCntrlCreateVD", "GlobalNo=0", "Layout=64", "adisk=0:0:2,0:0:3,0:0:4"});
     ask({"vkacmd=setVDDedicatedHotSpare", "GlobalNo=0", "LogicalDriveNum=1", "adisk=0:0:5",
@@ -342,7 +342,7 @@ TEST_F(ConfigTest, AFailedMemberIsRebuiltOnAHotSpareAndCopiedBack) {
     EXPECT_EQ(disk("0:0:4")["ReplacingMember"], "0");
 }
 
-TEST_F(ConfigTest, AMemberWithoutASpareDegradesAndRebuildsWhenReplaced) {
+TEST_F(AgentConfigTest, AMemberWithoutASpareDegradesAndRebuildsWhenReplaced) {
     ask({"vkacmd=setArrayDiskGlobalHotSpare", "GlobalNo=0", "adisk=0:0:6", "set=no"});
     fail("0:0:2");
     EXPECT_EQ(vdisk("1")["ObjState"], "16");
@@ -361,7 +361,7 @@ TEST_F(ConfigTest, AMemberWithoutASpareDegradesAndRebuildsWhenReplaced) {
 
 // ---- controllers ----------------------------------------------------------------
 
-TEST_F(ConfigTest, ControllerSettingsKeepTheValuesTheKeywordMapsRead) {
+TEST_F(AgentConfigTest, ControllerSettingsKeepTheValuesTheKeywordMapsRead) {
     Obj c = ctrl();
     // defaults within the maps: 0/1 settings, non-RAID disk cache present
     for (auto tag : {"AbortCheckConsistencyOnError", "Copyback", "AutoCopybackOnPredictiveFailure",
@@ -402,7 +402,7 @@ TEST_F(ConfigTest, ControllerSettingsKeepTheValuesTheKeywordMapsRead) {
     EXPECT_EQ(dump(), before);
 }
 
-TEST_F(ConfigTest, ControllerActions) {
+TEST_F(AgentConfigTest, ControllerActions) {
     struct Case {
         Pairs request;
         std::string tag, value;
@@ -441,7 +441,7 @@ TEST_F(ConfigTest, ControllerActions) {
     EXPECT_EQ(made[0]["Layout"], "2");
 }
 
-TEST_F(ConfigTest, SecurityKeysFollowTheKeyModes) {
+TEST_F(AgentConfigTest, SecurityKeysFollowTheKeyModes) {
     auto key = [&](Pairs extra, int expect = 0) {
         Pairs req{"vkacmd=setCntrlSecurityKey", "GlobalNo=0"};
         req.insert(req.end(), extra.begin(), extra.end());
@@ -467,7 +467,7 @@ TEST_F(ConfigTest, SecurityKeysFollowTheKeyModes) {
 
 // ---- enclosures, batteries, storage-wide settings ---------------------------------
 
-TEST_F(ConfigTest, EnclosureBatteryAndGlobalSettings) {
+TEST_F(AgentConfigTest, EnclosureBatteryAndGlobalSettings) {
     auto enc = [&] { return ask({"vkacmd=getEnclosure", "GlobalNo=0", "Enclosure=0:0"}).at(0); };
     ask({"vkacmd=setEnclosureAssetTag", "GlobalNo=0", "Enclosure=0:0", "AssetTag=RACK-7"});
     EXPECT_EQ(enc()["AssetTag"], "RACK-7");
@@ -509,7 +509,7 @@ TEST_F(ConfigTest, EnclosureBatteryAndGlobalSettings) {
 
 // ---- journal, processes, module -------------------------------------------------
 
-TEST_F(ConfigTest, TheJournalRecordsEveryRequestWithItsResult) {
+TEST_F(AgentConfigTest, TheJournalRecordsEveryRequestWithItsResult) {
     ask({"vkacmd=setArrayDiskBlink", "GlobalNo=0", "adisk=0:0:9"});
     ask({"vkacmd=setArrayDiskBlink", "GlobalNo=0", "adisk=0:0:99"}, 4);
     auto lines = agent().store().journalLines();
@@ -520,7 +520,7 @@ TEST_F(ConfigTest, TheJournalRecordsEveryRequestWithItsResult) {
               "controller 0");
 }
 
-TEST_F(ConfigTest, TwoProcessesChangingTheEstateLoseNothing) {
+TEST_F(AgentConfigTest, TwoProcessesChangingTheEstateLoseNothing) {
     agent();
     agent_.reset();
     // each process creates virtual disks on its own disks and blinks
@@ -562,7 +562,7 @@ TEST_F(ConfigTest, TwoProcessesChangingTheEstateLoseNothing) {
     EXPECT_EQ(agent().store().journalLines().size(), 44u + 5u);
 }
 
-TEST_F(ConfigTest, TheModuleCarriesOutRequests) {
+TEST_F(AgentConfigTest, TheModuleCarriesOutRequests) {
     setenv("KVDA_STATE", path_.c_str(), 1);
     void* h = dlopen(VK_TEST_MODULE, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(h, nullptr) << dlerror();

@@ -78,9 +78,8 @@ VK_CLPS_EXPORT const CLPSCCDT* CLPSFindCCDTRow(uint32_t argc, const char** argv,
 VK_CLPS_EXPORT CLPSResponse* CLPSSendRequest(uint32_t argc, const char** argv, CLPSCCDT* table,
                                              uint32_t count, uint32_t* state);
 /* The matched row's rights, 0 when no row matches. */
-VK_CLPS_EXPORT uint32_t CLPSGetRequiredUserRights(uint32_t argc, const char** argv,
-                                                  CLPSCCDT* table, uint32_t count,
-                                                  uint32_t* state);
+VK_CLPS_EXPORT uint32_t CLPSGetRequiredUserRights(uint32_t argc, const char** argv, CLPSCCDT* table,
+                                                  uint32_t count, uint32_t* state);
 
 typedef void (*CLPSDestroyCLIPFunc)(void);
 /* Runs the given clean-up once; the default releases the library's
@@ -124,16 +123,16 @@ VK_CLPS_EXPORT void CLPSSetHostFlags(uint32_t flags);
 VK_CLPS_EXPORT uint32_t CLPSGetHostFlags(void);
 
 /* ---- the library's own message numbers ---------------------------------- */
-#define CLPS_MSG_MISSING_PARAM 1500    /* %1 parameter, %2 what it takes */
-#define CLPS_MSG_UNEXPECTED_PARAM 1501 /* %1 parameter, %2 what is accepted */
-#define CLPS_MSG_BAD_KEYWORD 1502      /* %1 name=value, %2 accepted keywords */
-#define CLPS_MSG_BAD_VALUE 1503        /* %1 name=value, %2 the form expected */
-#define CLPS_MSG_BAD_ACTION 1504       /* %1 action, %2 the actions */
-#define CLPS_MSG_MISSING_ACTION 1505   /* %1 object, %2 the actions */
-#define CLPS_MSG_NO_MATCHING_ROW 1506  /* %1 command, %2 what it takes */
-#define CLPS_MSG_MISSING_GROUP 1507    /* %1 action, %2 the group's members */
+#define CLPS_MSG_MISSING_PARAM 1500     /* %1 parameter, %2 what it takes */
+#define CLPS_MSG_UNEXPECTED_PARAM 1501  /* %1 parameter, %2 what is accepted */
+#define CLPS_MSG_BAD_KEYWORD 1502       /* %1 name=value, %2 accepted keywords */
+#define CLPS_MSG_BAD_VALUE 1503         /* %1 name=value, %2 the form expected */
+#define CLPS_MSG_BAD_ACTION 1504        /* %1 action, %2 the actions */
+#define CLPS_MSG_MISSING_ACTION 1505    /* %1 object, %2 the actions */
+#define CLPS_MSG_NO_MATCHING_ROW 1506   /* %1 command, %2 what it takes */
+#define CLPS_MSG_MISSING_GROUP 1507     /* %1 action, %2 the group's members */
 #define CLPS_MSG_AGENT_UNAVAILABLE 1590 /* %1 agent name */
-#define CLPS_MSG_NOT_AVAILABLE 1591    /* %1 command: not available yet */
+#define CLPS_MSG_NOT_AVAILABLE 1591     /* %1 command: not available yet */
 #define CLPS_MSG_OUT_OF_MEMORY 1592
 
 /* ---- table-driven command frame ----------------------------------------- */
@@ -166,12 +165,12 @@ typedef struct CLPSNVParamRow {
 #define CLPS_USE_MUST_NOT_GIVE 0x13u
 
 typedef struct CLPSNVActionRow {
-    uint32_t kind;          /* 1 action row, 6 plain report row, 8 selector row */
-    const char* pKeyName;   /* "action"; the selector name for kind 8; null for kind 6 */
-    const char* pRequest;   /* "vkacmd=..." */
-    const char* pKeyValue;  /* action keyword or selector value; null for kind 6 */
-    const void* pReserved;  /* always null */
-    const char* pAgent;     /* "kvda" */
+    uint32_t kind;         /* 1 action row, 6 plain report row, 8 selector row */
+    const char* pKeyName;  /* "action"; the selector name for kind 8; null for kind 6 */
+    const char* pRequest;  /* "vkacmd=..." */
+    const char* pKeyValue; /* action keyword or selector value; null for kind 6 */
+    const void* pReserved; /* always null */
+    const char* pAgent;    /* "kvda" */
     const CLPSNVParamRow* pParams;
     uint32_t paramCount;
     const char* pStyleSheet; /* null: the handler's stylesheet */
@@ -204,8 +203,8 @@ VK_CLPS_EXPORT int32_t CLPSNVCheckTable(const CLPSNVActionRow* table, uint32_t r
 
 VK_CLPS_EXPORT CLPSResponse* CLPSNVCmdConfigFunc(uint32_t argc, const char** argv,
                                                  uint32_t usageMsgId, uint32_t secondMsgId,
-                                                 const CLPSNVActionRow* table,
-                                                 uint32_t rowCount, const char* styleSheet,
+                                                 const CLPSNVActionRow* table, uint32_t rowCount,
+                                                 const char* styleSheet,
                                                  CLPSNVValidateFunc validate);
 
 #ifdef __cplusplus

@@ -7,16 +7,15 @@
 #include <string_view>
 
 #include "clps.h"
+#include "text.h"
 
 namespace clps {
+
+using vk::EqualsIgnoreCase;
 
 // Copy of text in common-services memory (released with OCSFreeMem); null for
 // null text or when memory ran out.
 char* DupString(const char* text);
-// ASCII case-insensitive equality.
-bool EqualsIgnoreCase(std::string_view a, std::string_view b);
-// Text with &, <, >, " and ' replaced by their entities.
-std::string EscapeXml(std::string_view text);
 // The leading words of argv that carry no "=", joined by single blanks
 // (help markers "-?" and "help" left out).
 std::string CommandWords(uint32_t argc, const char** argv);

@@ -362,8 +362,8 @@ CLPSResponse* DryRunResponse(const std::vector<Prepared>& prepared, const char* 
     resp->kind = CLPS_RESP_DRYRUN;
     std::string xml = "<DryRun>";
     for (const Prepared& p : prepared) {
-        xml += "<Request agent=\"" + clps::EscapeXml(p.row->pAgent) + "\">";
-        for (const std::string& s : p.pairs) xml += "<NV>" + clps::EscapeXml(s) + "</NV>";
+        xml += "<Request agent=\"" + vk::XmlEscaped(p.row->pAgent) + "\">";
+        for (const std::string& s : p.pairs) xml += "<NV>" + vk::XmlEscaped(s) + "</NV>";
         xml += "</Request>";
     }
     xml += "</DryRun>";

@@ -16,9 +16,9 @@ bool IsActionRow(const CLPSNVActionRow& row) {
 
 std::string ParamXml(std::string_view name, bool required, const char* type,
                      const std::vector<std::string_view>& keywords) {
-    std::string xml = "<Param name=\"" + EscapeXml(name) + "\" required=\"" +
+    std::string xml = "<Param name=\"" + vk::XmlEscaped(name) + "\" required=\"" +
                       (required ? "yes" : "no") + "\" type=\"" + type + "\">";
-    for (std::string_view k : keywords) xml += "<Keyword>" + EscapeXml(k) + "</Keyword>";
+    for (std::string_view k : keywords) xml += "<Keyword>" + vk::XmlEscaped(k) + "</Keyword>";
     xml += "</Param>";
     return xml;
 }
@@ -102,7 +102,7 @@ std::string ReportParamsXml(const CLPSNVActionRow* table, uint32_t rowCount) {
 
 std::string BuildUsageXml(std::string_view object, const CLPSNVActionRow* table,
                           uint32_t rowCount) {
-    std::string xml = "<Usage object=\"" + EscapeXml(object) + "\">";
+    std::string xml = "<Usage object=\"" + vk::XmlEscaped(object) + "\">";
     bool hasReportRows = false;
     for (uint32_t r = 0; r < rowCount; ++r) {
         const CLPSNVActionRow& row = table[r];
@@ -112,7 +112,7 @@ std::string BuildUsageXml(std::string_view object, const CLPSNVActionRow* table,
         }
         // Service and debug actions are accepted but not advertised.
         if ((row.flags & CLPS_ROW_HIDDEN) != 0) continue;
-        xml += "<Action name=\"" + EscapeXml(row.pKeyValue != nullptr ? row.pKeyValue : "") +
+        xml += "<Action name=\"" + vk::XmlEscaped(row.pKeyValue != nullptr ? row.pKeyValue : "") +
                "\">" + ActionParamsXml(row) + "</Action>";
     }
     if (hasReportRows) xml += ReportParamsXml(table, rowCount);

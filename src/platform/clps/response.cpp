@@ -19,45 +19,6 @@ char* DupString(const char* text) {
     return copy;
 }
 
-bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        char x = a[i];
-        char y = b[i];
-        if (x >= 'A' && x <= 'Z') x = static_cast<char>(x - 'A' + 'a');
-        if (y >= 'A' && y <= 'Z') y = static_cast<char>(y - 'A' + 'a');
-        if (x != y) return false;
-    }
-    return true;
-}
-
-std::string EscapeXml(std::string_view text) {
-    std::string out;
-    out.reserve(text.size());
-    for (char c : text) {
-        switch (c) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            case '"':
-                out += "&quot;";
-                break;
-            case '\'':
-                out += "&apos;";
-                break;
-            default:
-                out += c;
-        }
-    }
-    return out;
-}
-
 std::string CommandWords(uint32_t argc, const char** argv) {
     std::string words;
     for (uint32_t i = 0; argv != nullptr && i < argc; ++i) {
@@ -87,7 +48,7 @@ CLPSResponse* BuildMessage(uint32_t kind, uint32_t msgId, const char* arg1, cons
         resp->msgId = msgId;
         std::string xml = "<Message id=\"" + std::to_string(msgId) + "\">";
         for (const char* arg : {arg1, arg2}) {
-            if (arg != nullptr) xml += "<Arg>" + clps::EscapeXml(arg) + "</Arg>";
+            if (arg != nullptr) xml += "<Arg>" + vk::XmlEscaped(arg) + "</Arg>";
         }
         xml += "</Message>";
         if (CLPSSetRespData(resp.get(), xml.c_str()) != 0) return nullptr;
@@ -150,8 +111,7 @@ CLPSResponse* CLPSSetRespObjUsageXML(uint32_t argc, const char** argv, uint32_t 
     try {
         // The command words name the usage the host shows when msgId is 0.
         const std::string words = clps::CommandWords(argc, argv);
-        const std::string usage =
-            "<Usage><Command>" + clps::EscapeXml(words) + "</Command></Usage>";
+        const std::string usage = "<Usage><Command>" + vk::XmlEscaped(words) + "</Command></Usage>";
         return BuildMessage(CLPS_RESP_USAGE, msgId, words.c_str(), nullptr, styleSheet, usage);
     } catch (const std::bad_alloc&) {
         return nullptr;

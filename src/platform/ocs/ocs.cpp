@@ -14,6 +14,8 @@
 #include <string>
 #include <string_view>
 
+#include "text.h"
+
 namespace {
 
 // ---- export context ------------------------------------------------------
@@ -59,33 +61,6 @@ std::atomic<uint64_t> gGeneration{0};
 
 uint64_t NextGeneration() {
     return gGeneration.fetch_add(1, std::memory_order_relaxed) + 1;
-}
-
-struct Escape {
-    char ch;
-    std::string_view entity;
-};
-
-// clang-format off
-constexpr Escape kEscapes[] = {
-    {'&',  "&amp;" },
-    {'<',  "&lt;"  },
-    {'>',  "&gt;"  },
-    {'"',  "&quot;"},
-    {'\'', "&apos;"},
-};
-// clang-format on
-
-void AppendEscaped(std::string& out, std::string_view text) {
-    for (char c : text) {
-        const auto* hit = std::find_if(std::begin(kEscapes), std::end(kEscapes),
-                                       [c](const Escape& e) { return e.ch == c; });
-        if (hit != std::end(kEscapes)) {
-            out += hit->entity;
-        } else {
-            out += c;
-        }
-    }
 }
 
 // Appends text to the buffer, growing it as needed. On failure the buffer is
@@ -225,7 +200,7 @@ int32_t OCSXBufCatNode(OCSXBuf* buf, const char* name, const char* attributes, u
         node += '>';
         if (data != nullptr) {
             if (type == OCSXBUF_TEXT) {
-                AppendEscaped(node, data);
+                vk::AppendXmlEscaped(node, data);
             } else {
                 node += data;
             }
