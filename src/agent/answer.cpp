@@ -1,30 +1,8 @@
 #include "answer.h"
 
-namespace kvda {
+#include "text.h"
 
-void appendEscaped(std::string& out, std::string_view text) {
-    for (char c : text) {
-        switch (c) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            case '"':
-                out += "&quot;";
-                break;
-            case '\'':
-                out += "&apos;";
-                break;
-            default:
-                out += c;
-        }
-    }
-}
+namespace kvda {
 
 void Answer::object(const Props& props) {
     text_ += "<QXStorageObject>";
@@ -32,7 +10,7 @@ void Answer::object(const Props& props) {
         text_ += '<';
         text_ += tag;
         text_ += '>';
-        appendEscaped(text_, value);
+        vk::AppendXmlEscaped(text_, value);
         text_ += "</";
         text_ += tag;
         text_ += '>';
@@ -47,7 +25,7 @@ std::string Answer::finish(int status, std::string_view message) {
     out += "<SMStatus>" + std::to_string(status) + "</SMStatus>";
     if (status != 0) {
         out += "<SMMessage>";
-        appendEscaped(out, message);
+        vk::AppendXmlEscaped(out, message);
         out += "</SMMessage>";
     }
     text_.clear();
@@ -55,9 +33,6 @@ std::string Answer::finish(int status, std::string_view message) {
     return out;
 }
 
-}  // namespace kvda
-
-namespace kvda {
 bool isTagName(std::string_view tag) {
     auto alpha = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
     if (tag.empty() || !alpha(tag[0]) || tag.size() > 64) return false;
@@ -65,11 +40,10 @@ bool isTagName(std::string_view tag) {
         if (!alpha(c) && !(c >= '0' && c <= '9') && c != '_' && c != '-' && c != '.') return false;
     return true;
 }
-}  // namespace kvda
 
-namespace kvda {
 void appendListItem(std::string& list, std::string_view separator, std::string_view item) {
     if (!list.empty()) list += separator;
     list += item;
 }
+
 }  // namespace kvda

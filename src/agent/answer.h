@@ -21,13 +21,9 @@ class Answer {
     size_t count_ = 0;
 };
 
-void appendEscaped(std::string& out, std::string_view text);
-
-}  // namespace kvda
-
-namespace kvda {
 // Property names must be usable as element names.
 bool isTagName(std::string_view tag);
 // Appends an item to a list, with the separator before all but the first.
 void appendListItem(std::string& list, std::string_view separator, std::string_view item);
+
 }  // namespace kvda
