@@ -20,7 +20,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr long long kMiB = 1024LL * 1024;
-constexpr long long kMinimumVdLength = 100 * kMiB;
 constexpr size_t kMaxDedicatedSpares = 16;
 constexpr uint32_t kCtrlProtectionInfo = 0x80000000;  // controller takes protection information
 
@@ -204,69 +203,25 @@ long long smallestLength(const Estate& e, const std::vector<int64_t>& list) {
     return s;
 }
 
-long long usableDisks(long long layout, long long n, long long spans) {
-    switch (layout) {
-        case 4:
-        case 512:
-        case 4096:
-        case 524288:
-            return n / 2;
-        case 64:
-            return n - 1;
-        case 128:
-            return n - 2;
-        case 2048:
-            return n - spans;
-        case 262144:
-            return n - 2 * spans;
-        default:
-            return n;
-    }
-}
-
-struct LayoutRule {
-    long long layout;
-    std::string_view name;
-    long long minDisks;
-    bool even;
-    bool spanned;
-    bool backgroundInit;  // redundant layouts with parity initialize in the background
-};
-// clang-format off
-constexpr std::array kLayouts{
-    LayoutRule{1,      "concatenation", 1, false, false, false},
-    LayoutRule{2,      "RAID 0",        1, false, false, false},
-    LayoutRule{4,      "RAID 1",        2, false, false, false},
-    LayoutRule{64,     "RAID 5",        3, false, false, true},
-    LayoutRule{128,    "RAID 6",        4, false, false, true},
-    LayoutRule{512,    "RAID 10",       4, true,  true,  false},
-    LayoutRule{2048,   "RAID 50",       6, false, true,  true},
-    LayoutRule{4096,   "RAID 1 concatenated", 4, true, false, false},
-    LayoutRule{262144, "RAID 60",       8, false, true,  true},
-    LayoutRule{524288, "RAID 1E",       4, true,  false, false},
-};
-// clang-format on
-
-const LayoutRule& layoutRule(W& w, const Object& ctrl, long long layout) {
-    for (const LayoutRule& r : kLayouts)
-        if (r.layout == layout) {
-            if (!(fromMask(ctrl.get("RAIDLevelsMask")) & static_cast<uint32_t>(layout)))
-                w.notPossible("controller " + ctrl.addr + " does not offer " + std::string(r.name));
-            return r;
-        }
-    w.badValue("bad Layout '" + std::to_string(layout) + "': not a RAID layout");
+// The layout of a request, which the controller must offer.
+const RaidLayout& layoutRule(W& w, const Object& ctrl, long long layout) {
+    const RaidLayout* r = findLayout(layout);
+    if (!r) w.badValue("bad Layout '" + std::to_string(layout) + "': not a RAID layout");
+    if (!(fromMask(ctrl.get("RAIDLevelsMask")) & r->code))
+        w.notPossible("controller " + ctrl.addr + " does not offer " + std::string(r->name));
+    return *r;
 }
 
 // A disk count that suits the layout, and the number of spans.
-long long checkDiskCount(W& w, const LayoutRule& r, long long n) {
-    if (r.layout == 4 && n != 2)
+long long checkDiskCount(W& w, const RaidLayout& r, long long n) {
+    if (r.code == raidlevel::kR1 && n != 2)
         w.notPossible("RAID 1 takes exactly 2 disks, not " + std::to_string(n));
-    if (n < r.minDisks || (r.even && n % 2))
+    if (n < r.minDisks || (r.mirrored && n % 2))
         w.notPossible(std::string(r.name) + " needs at least " + std::to_string(r.minDisks) +
-                      (r.even ? " disks and an even number of them" : " disks") + ", not " +
+                      (r.mirrored ? " disks and an even number of them" : " disks") + ", not " +
                       std::to_string(n));
     if (!r.spanned) {
-        if (w.opt("SpanLength") && r.layout != 524288)
+        if (w.opt("SpanLength") && r.code != raidlevel::kR1e)
             w.badValue(std::string(r.name) + " takes no SpanLength");
         return 1;
     }
@@ -279,14 +234,13 @@ long long checkDiskCount(W& w, const LayoutRule& r, long long n) {
             w.badValue("SpanLength " + std::to_string(s) + " does not divide " + std::to_string(n) +
                        " disks into two or more spans");
         spans = n / s;
-    } else if (r.layout == 512) {
+    } else if (r.mirrored) {
         spans = n / 2;  // mirrored pairs
     } else {
         w.fail(status::kMissingIdentifier, std::string(r.name) + " needs SpanLength=");
     }
     const long long per = n / spans;
-    if (n % spans || (r.layout == 512 && per % 2) || (r.layout == 2048 && per < 3) ||
-        (r.layout == 262144 && per < 4))
+    if (n % spans || per < r.minPerSpan || (r.mirrored && per % 2))
         w.badValue(std::to_string(n) + " disks do not make " + std::to_string(spans) +
                    " spans of " + std::string(r.name));
     return spans;
@@ -392,10 +346,7 @@ void writeSpans(W& w, int64_t vdOid, long long spans, long long layout, long lon
         Object& sp = w.e.add(kind::kSpan, g, vdOid, num + "/" + std::to_string(s));
         sp.set("LogicalDriveNum", num);
         sp.set("SpanID", std::to_string(s));
-        sp.set("Layout", std::to_string(spans > 1 ? (layout == 512    ? 4
-                                                     : layout == 2048 ? 64
-                                                                      : 128)
-                                                  : layout));
+        sp.set("Layout", std::to_string(findLayout(layout)->spanLayout(spans)));
         sp.set("Length", std::to_string(perSpanLength));
         sp.set("ObjState", st);
     }
@@ -413,8 +364,8 @@ void createVdisk(W& w, bool cachecade) {
         w.notPossible("controller " + c.addr +
                       " already holds its largest number of virtual disks (" +
                       c.get("MaxVDAllowed") + ")");
-    const long long layout = cachecade ? 2 : w.number("Layout", 1, 0xffffffffLL);
-    const LayoutRule& rule = cachecade ? kLayouts[1] : layoutRule(w, c, layout);
+    const long long layout = cachecade ? raidlevel::kR0 : w.number("Layout", 1, 0xffffffffLL);
+    const RaidLayout& rule = cachecade ? *findLayout(raidlevel::kR0) : layoutRule(w, c, layout);
     std::vector<int64_t> list = w.disks(g, "adisk", true);
     requireFree(w, list);
     requireSameKind(w, list, nullptr);
@@ -435,7 +386,7 @@ void createVdisk(W& w, bool cachecade) {
                            : (cachecade ? "CacheCade" : "VirtualDisk") + std::to_string(number);
     checkName(w, c, name, -1);
     const long long smallest = smallestLength(w.e, list);
-    const long long largest = smallest * usableDisks(layout, n, spans);
+    const long long largest = smallest * rule.dataDisks(n, spans);
     long long length = w.opt("Length") ? sizeValue(w, *w.opt("Length"), largest) : largest;
     if (length > largest)
         w.notPossible("size " + std::to_string(length) +
@@ -487,7 +438,7 @@ void createVdisk(W& w, bool cachecade) {
     vd.set("ReconfigState", "0");
     vd.set("AttributesMask", toMask(0));
     setMemberOids(vd, list);
-    if (rule.backgroundInit && !cachecade) {
+    if (rule.backgroundInit() && !cachecade) {
         vd.set("InitState", "2");
         startOp(vd, op::kBgi, smallest / kMiB);
     }
@@ -596,7 +547,7 @@ void setCntrlAutoConfig(W& w) {
             vd.set(k, v);
         setMemberOids(vd, {oid});
         joinVdisk(w.obj(oid), vdOid, 0, false);
-        writeSpans(w, vdOid, 1, 2, length);
+        writeSpans(w, vdOid, 1, raidlevel::kR0, length);
         w.reply(vdOid);
     }
     w.alert(label(*w.e.byOid(ctrlOid)) + ": " + std::to_string(free.size()) +
@@ -756,7 +707,7 @@ void mirror(W& w, bool split) {
     requireIdle(w, vdOid);
     const Object& vd = *w.e.byOid(vdOid);
     auto members = memberOids(vd);
-    if (vd.num("Layout") != 4 || members.size() != 2)
+    if (vd.num("Layout") != raidlevel::kR1 || members.size() != 2)
         w.notPossible(label(vd) + " is not a two-disk mirror");
     const long long length = vd.num("Length");
     const int64_t second = members[1];
@@ -765,7 +716,7 @@ void mirror(W& w, bool split) {
     Object& v = w.obj(vdOid);
     v.set("Layout", "2");
     setMemberOids(v, {members[0]});
-    writeSpans(w, vdOid, 1, 2, length);
+    writeSpans(w, vdOid, 1, raidlevel::kR0, length);
     leaveVdisk(w.obj(second));
     w.reply(vdOid);
     if (split) {
@@ -787,7 +738,7 @@ void mirror(W& w, bool split) {
         nv.set("Name", newName);
         setMemberOids(nv, {second});
         joinVdisk(w.obj(second), nvOid, 0, false);
-        writeSpans(w, nvOid, 1, 2, length);
+        writeSpans(w, nvOid, 1, raidlevel::kR0, length);
         w.reply(nvOid);
     } else {
         w.reply(second);
@@ -979,12 +930,12 @@ void reconstruct(W& w, int64_t vdOid) {
         v.set("Length", std::to_string(total));
         if (w.opt("StripeSize"))
             v.set("StripeSize", policy(w, c, "StripeSize", "StripeSizesMask", 0));
-        writeSpans(w, vdOid, 1, 2, total);
+        writeSpans(w, vdOid, 1, raidlevel::kR0, total);
         return;
     }
     const long long layout =
         w.opt("Layout") ? w.number("Layout", 1, 0xffffffffLL) : vd.num("Layout");
-    const LayoutRule& rule = layoutRule(w, c, layout);
+    const RaidLayout& rule = layoutRule(w, c, layout);
     if (rule.spanned || vd.num("SpanCount") > 1)
         w.notPossible("virtual disks of spanned layouts cannot be reconfigured");
     requireFree(w, added);
@@ -993,7 +944,7 @@ void reconstruct(W& w, int64_t vdOid) {
     all.insert(all.end(), added.begin(), added.end());
     const auto n = static_cast<long long>(all.size());
     checkDiskCount(w, rule, n);
-    const long long largest = smallestLength(w.e, all) * usableDisks(layout, n, 1);
+    const long long largest = smallestLength(w.e, all) * rule.dataDisks(n, 1);
     const long long current = vd.num("Length");
     long long length = current;
     if (const std::string* l = w.opt("Length")) {
@@ -1723,33 +1674,26 @@ void importForeign(W& w) {
         w.notPossible("the foreign disks of controller " + std::to_string(g) +
                       " are locked; unlock them first");
     const auto n = static_cast<long long>(list.size());
-    const long long layout = n == 1 ? 2 : n == 2 ? 4 : 64;
+    const RaidLayout& rule = *findLayout(n == 1   ? raidlevel::kR0
+                                         : n == 2 ? raidlevel::kR1
+                                                  : raidlevel::kR5);
+    const long long layout = rule.code;
     const long long smallest = smallestLength(w.e, list);
     const std::string num = std::to_string(freeVdNumber(w.e, g));
     const std::string device = freeDeviceName(w.e);
     Object& vd = w.e.add(kind::kVdisk, g, ctrlOid, num);
     const int64_t vdOid = vd.oid;
     for (auto [k, v] : std::initializer_list<std::pair<const char*, std::string>>{
-             {"LogicalDriveNum", num},
-             {"Name", "Imported" + num},
-             {"DeviceName", device},
-             {"Layout", std::to_string(layout)},
-             {"StripeSize", "128"},
-             {"ReadPolicy", "4"},
-             {"WritePolicy", "4"},
-             {"CachePolicy", "1"},
-             {"DiskCachePolicy", "8"},
-             {"Length", std::to_string(smallest * usableDisks(layout, n, 1))},
-             {"ObjState", "1"},
-             {"SpanCount", "1"},
-             {"IsSSC", "0"},
-             {"Secured", "0"},
-             {"PIEnabled", "0"},
-             {"TarnCache", "0"},
-             {"CCState", "0"},
-             {"InitState", "0"},
-             {"ReconfigState", "0"},
-             {"AttributesMask", toMask(0)}})
+             {"LogicalDriveNum", num}, {"Name", "Imported" + num},
+             {"DeviceName", device},   {"Layout", std::to_string(layout)},
+             {"StripeSize", "128"},    {"ReadPolicy", "4"},
+             {"WritePolicy", "4"},     {"CachePolicy", "1"},
+             {"DiskCachePolicy", "8"}, {"Length", std::to_string(smallest * rule.dataDisks(n, 1))},
+             {"ObjState", "1"},        {"SpanCount", "1"},
+             {"IsSSC", "0"},           {"Secured", "0"},
+             {"PIEnabled", "0"},       {"TarnCache", "0"},
+             {"CCState", "0"},         {"InitState", "0"},
+             {"ReconfigState", "0"},   {"AttributesMask", toMask(0)}})
         vd.set(k, v);
     setMemberOids(vd, list);
     for (int64_t oid : list) {

@@ -140,6 +140,12 @@ std::vector<const Object*> Estate::children(std::string_view kind, int64_t paren
     return out;
 }
 
+const RaidLayout* findLayout(long long code) {
+    for (const RaidLayout& l : kRaidLayouts)
+        if (l.code == code) return &l;
+    return nullptr;
+}
+
 std::string toMask(uint32_t value) {
     std::string out(32, '0');
     for (int i = 0; i < 32; ++i)

@@ -2,6 +2,7 @@
 // the codes and bits they carry, and the values derived from their state.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -81,6 +82,68 @@ inline constexpr uint32_t kSecureForeignImport = 0x8000000;
 inline constexpr uint32_t kKeyManagement = 0x20000000;
 inline constexpr uint32_t kCacheCade = 0x40000000;
 }  // namespace ctrlattr
+
+// RAID layouts ("Layout"; a controller's "RAIDLevelsMask" is the OR of those
+// it offers).
+namespace raidlevel {
+inline constexpr uint32_t kConcat = 1;
+inline constexpr uint32_t kR0 = 2;
+inline constexpr uint32_t kR1 = 4;
+inline constexpr uint32_t kR5 = 64;
+inline constexpr uint32_t kR6 = 128;
+inline constexpr uint32_t kR10 = 512;
+inline constexpr uint32_t kR50 = 2048;
+inline constexpr uint32_t kR1c = 4096;
+inline constexpr uint32_t kR60 = 262144;
+inline constexpr uint32_t kR1e = 524288;
+}  // namespace raidlevel
+
+// What a RAID layout asks of its disks and what a set of them holds.
+struct RaidLayout {
+    uint32_t code;
+    std::string_view name;
+    int minDisks;       // the fewest disks a new virtual disk of it takes
+    int offeredFrom;    // the fewest disks the capability query offers it for
+    bool mirrored;      // half the disks hold copies, so sets (and spans) are even
+    bool spanned;       // striped over spans of another layout
+    int minPerSpan;     // spanned: the fewest disks in one span
+    uint32_t spanCode;  // spanned: the layout each span shows
+    int parity;         // disks' worth of parity in a set, per span when spanned
+
+    // How many disks' worth of capacity `n` disks in `spans` spans give.
+    constexpr long long dataDisks(long long n, long long spans) const {
+        return mirrored ? n / 2 : n - parity * (spanned ? spans : 1);
+    }
+    // The layout a span shows. A profile may split an unspanned layout into
+    // spans: those spans have always shown RAID 6.
+    constexpr uint32_t spanLayout(long long spans) const {
+        return spans <= 1 ? code : spanned ? spanCode : raidlevel::kR6;
+    }
+    // Parity layouts start a background initialization when created.
+    constexpr bool backgroundInit() const { return parity > 0; }
+};
+
+// clang-format off
+inline constexpr std::array kRaidLayouts{
+    //         code                name                   min offered mirrored spanned perSpan span             parity
+    RaidLayout{raidlevel::kConcat, "concatenation",       1,  1,      false,   false,  0,      0,               0},
+    RaidLayout{raidlevel::kR0,     "RAID 0",              1,  1,      false,   false,  0,      0,               0},
+    RaidLayout{raidlevel::kR1,     "RAID 1",              2,  2,      true,    false,  0,      0,               0},
+    RaidLayout{raidlevel::kR5,     "RAID 5",              3,  3,      false,   false,  0,      0,               1},
+    RaidLayout{raidlevel::kR6,     "RAID 6",              4,  4,      false,   false,  0,      0,               2},
+    RaidLayout{raidlevel::kR10,    "RAID 10",             4,  4,      true,    true,   2,      raidlevel::kR1,  0},
+    RaidLayout{raidlevel::kR50,    "RAID 50",             6,  6,      false,   true,   3,      raidlevel::kR5,  1},
+    RaidLayout{raidlevel::kR1c,    "RAID 1 concatenated", 4,  2,      true,    false,  0,      0,               0},
+    RaidLayout{raidlevel::kR60,    "RAID 60",             8,  8,      false,   true,   4,      raidlevel::kR6,  2},
+    RaidLayout{raidlevel::kR1e,    "RAID 1E",             4,  3,      true,    false,  0,      0,               0},
+};
+// clang-format on
+
+// The smallest virtual disk, in bytes.
+inline constexpr long long kMinimumVdLength = 100LL * 1024 * 1024;
+
+// The row of a layout code; nullptr for a code that is no layout.
+const RaidLayout* findLayout(long long code);
 
 using Props = std::vector<std::pair<std::string, std::string>>;
 

@@ -27,9 +27,10 @@ struct Word {
 
 // clang-format off
 constexpr std::array kRaidLevels{
-    Word{"concat", 1},  Word{"r0", 2},       Word{"r1", 4},     Word{"r5", 64},
-    Word{"r6", 128},    Word{"r10", 512},    Word{"r50", 2048}, Word{"r1c", 4096},
-    Word{"r60", 262144}, Word{"r1e", 524288},
+    Word{"concat", raidlevel::kConcat}, Word{"r0", raidlevel::kR0},   Word{"r1", raidlevel::kR1},
+    Word{"r5", raidlevel::kR5},         Word{"r6", raidlevel::kR6},   Word{"r10", raidlevel::kR10},
+    Word{"r50", raidlevel::kR50},       Word{"r1c", raidlevel::kR1c}, Word{"r60", raidlevel::kR60},
+    Word{"r1e", raidlevel::kR1e},
 };
 constexpr std::array kStripeSizes{
     Word{"512b", 1},    Word{"1kb", 2},      Word{"2kb", 4},    Word{"4kb", 8},
@@ -696,44 +697,20 @@ std::vector<int64_t> Builder::resolveDisks(const Node& list, int64_t gno) {
     return out;
 }
 
-long long usableDisks(long long layout, long long n, long long spans) {
-    switch (layout) {
-        case 4:
-        case 512:
-        case 524288:
-        case 4096:
-            return n / 2;
-        case 64:
-            return n - 1;
-        case 128:
-            return n - 2;
-        case 2048:
-            return n - spans;
-        case 262144:
-            return n - 2 * spans;
-        default:
-            return n;
-    }
-}
-
 void Builder::vdisk(const Node& v, int64_t gno, int64_t ctrlOid, std::vector<int64_t> members,
                     long long number) {
     v.expectObject({"count", "disks_each", "name", "raid", "disks", "stripe", "read", "write",
                     "cache", "disk_cache", "state", "spans", "dedicated_hot_spares", "partitions",
                     "cachecade", "props"});
     const bool ssc = v.flag("cachecade", false);
-    const long long layout = ssc ? 2 : v.choice("raid", "r1", kRaidLevels);
+    const long long layout = ssc ? raidlevel::kR0 : v.choice("raid", "r1", kRaidLevels);
     const long long n = static_cast<long long>(members.size());
-    struct MinDisks {
-        long long layout, min;
-    };
-    for (auto [l, m] : {MinDisks{2, 1}, MinDisks{4, 2}, MinDisks{64, 3}, MinDisks{128, 4},
-                        MinDisks{512, 4}, MinDisks{2048, 6}, MinDisks{262144, 8}})
-        if (l == layout && n < m)
-            v.fail(std::string("RAID layout ") + std::to_string(layout) + " needs at least " +
-                   std::to_string(m) + " disks");
-    const long long spans =
-        v.integer("spans", (layout == 512 || layout == 2048 || layout == 262144) ? 2 : 1, 1, 8);
+    const RaidLayout& rl = *findLayout(layout);
+    // Profiles have always taken RAID 1c and 1E sets of any size.
+    if (n < rl.minDisks && rl.code != raidlevel::kR1c && rl.code != raidlevel::kR1e)
+        v.fail(std::string("RAID layout ") + std::to_string(layout) + " needs at least " +
+               std::to_string(rl.minDisks) + " disks");
+    const long long spans = v.integer("spans", rl.spanned ? 2 : 1, 1, 8);
     if (n % spans)
         v.fail(std::string("the disks do not divide into ") + std::to_string(spans) + " spans");
     long long smallest = 0;
@@ -760,7 +737,7 @@ void Builder::vdisk(const Node& v, int64_t gno, int64_t ctrlOid, std::vector<int
         o.set("CachePolicy", std::to_string(v.choice("cache", "d", kCachePolicies)));
         o.set("DiskCachePolicy",
               std::to_string(v.choice("disk_cache", "default", kDiskCachePolicies)));
-        o.set("Length", std::to_string(smallest * usableDisks(layout, n, spans)));
+        o.set("Length", std::to_string(smallest * rl.dataDisks(n, spans)));
         o.set("ObjState", std::to_string(st));
         o.set("SpanCount", std::to_string(spans));
         o.set("IsSSC", ssc ? "1" : "0");
@@ -780,10 +757,7 @@ void Builder::vdisk(const Node& v, int64_t gno, int64_t ctrlOid, std::vector<int
         Object& sp = add(kind::kSpan, gno, vdOid, num + std::string("/") + std::to_string(s));
         sp.set("LogicalDriveNum", num);
         sp.set("SpanID", std::to_string(s));
-        sp.set("Layout", std::to_string(spans > 1 ? (layout == 512    ? 4
-                                                     : layout == 2048 ? 64
-                                                                      : 128)
-                                                  : layout));
+        sp.set("Layout", std::to_string(rl.spanLayout(spans)));
         sp.set("Length", std::to_string(smallest * (n / spans)));
         sp.set("ObjState", std::to_string(st));
     }

@@ -364,46 +364,6 @@ void getAlertLog(Ctx& c) {
 }
 
 // ---- pass-through ----
-struct LayoutRule {
-    uint32_t layout;
-    long long minDisks;
-    bool spanned;
-};
-// clang-format off
-constexpr std::array kLayoutRules{
-    LayoutRule{1,      1, false},  // concatenation
-    LayoutRule{2,      1, false},  // RAID 0
-    LayoutRule{4,      2, false},  // RAID 1
-    LayoutRule{64,     3, false},  // RAID 5
-    LayoutRule{128,    4, false},  // RAID 6
-    LayoutRule{512,    4, true},   // RAID 10
-    LayoutRule{2048,   6, true},   // RAID 50
-    LayoutRule{4096,   2, false},  // RAID 1 concatenated
-    LayoutRule{262144, 8, true},   // RAID 60
-    LayoutRule{524288, 3, false},  // RAID 1E
-};
-// clang-format on
-constexpr long long kMinimumLength = 100LL * 1024 * 1024;
-
-long long usable(uint32_t layout, long long n, long long spans) {
-    switch (layout) {
-        case 4:
-        case 512:
-        case 4096:
-        case 524288:
-            return n / 2;
-        case 64:
-            return n - 1;
-        case 128:
-            return n - 2;
-        case 2048:
-            return n - spans;
-        case 262144:
-            return n - 2 * spans;
-        default:
-            return n;
-    }
-}
 
 void passThruCaps(Ctx& c, const std::vector<std::string>& args) {
     std::map<std::string, std::string> named;
@@ -432,26 +392,25 @@ void passThruCaps(Ctx& c, const std::vector<std::string>& args) {
     long long spanLength = 0;
     if (named.count("SpanLength")) spanLength = std::atoll(named["SpanLength"].c_str());
     const uint32_t offered = fromMask(ctl->get("RAIDLevelsMask"));
-    for (const LayoutRule& r : kLayoutRules) {
-        if (!(offered & r.layout) || n < r.minDisks) continue;
+    for (const RaidLayout& r : kRaidLayouts) {
+        if (!(offered & r.code) || n < r.offeredFrom) continue;
         std::string lengths;
         long long depth = 1;
         if (r.spanned) {
             // Span lengths that split the disks into at least two equal spans.
-            const long long minSpan = r.layout == 512 ? 2 : r.layout == 2048 ? 3 : 4;
-            for (long long sl = minSpan; sl <= n / 2; ++sl)
-                if (n % sl == 0 && (r.layout != 512 || sl % 2 == 0))
+            for (long long sl = r.minPerSpan; sl <= n / 2; ++sl)
+                if (n % sl == 0 && (!r.mirrored || sl % 2 == 0))
                     appendListItem(lengths, ",", std::to_string(sl));
             if (lengths.empty()) continue;
             long long sl = spanLength;
             if (sl <= 0 || n % sl) sl = std::atoll(lengths.c_str());
             depth = n / sl;
-        } else if (r.layout == 524288 && n % 2 == 0) {
-            continue;
+        } else if (r.code == raidlevel::kR1e && n % 2 == 0) {
+            continue;  // offered for odd sets only
         }
-        c.answer.object({{"Layout", std::to_string(r.layout)},
-                         {"MinimumLength", std::to_string(kMinimumLength)},
-                         {"Length", std::to_string(smallest * usable(r.layout, n, depth))},
+        c.answer.object({{"Layout", std::to_string(r.code)},
+                         {"MinimumLength", std::to_string(kMinimumVdLength)},
+                         {"Length", std::to_string(smallest * r.dataDisks(n, depth))},
                          {"SpanDepth", std::to_string(depth)},
                          {"SpanLengthList", lengths.empty() ? std::to_string(n) : lengths}});
     }
