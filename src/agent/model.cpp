@@ -55,13 +55,15 @@ void Estate::index() {
     byAddr_.clear();
     byKind_.clear();
     byKindCtrl_.clear();
-    for (size_t i = 0; i < objects.size(); ++i) {
-        const Object& o = objects[i];
-        byOid_[o.oid] = i;
-        byAddr_[addrKey(o.kind, o.ctrl, o.addr)] = i;
-        byKind_[o.kind].push_back(&o);
-        byKindCtrl_[addrKey(o.kind, o.ctrl, "")].push_back(&o);
-    }
+    for (size_t i = 0; i < objects.size(); ++i) indexOne(i);
+}
+
+void Estate::indexOne(size_t i) {
+    const Object& o = objects[i];
+    byOid_[o.oid] = i;
+    byAddr_[addrKey(o.kind, o.ctrl, o.addr)] = i;
+    byKind_[o.kind].push_back(&o);
+    byKindCtrl_[addrKey(o.kind, o.ctrl, "")].push_back(&o);
 }
 
 Estate::Estate(const Estate& other)
@@ -94,8 +96,13 @@ Object& Estate::add(std::string_view k, int64_t ctrl, int64_t parent, std::strin
     o.set("ObjID", std::to_string(o.oid));
     o.set("ObjType", std::string(k));
     if (ctrl >= 0 && k != kind::kController) o.set("GlobalNo", std::to_string(ctrl));
+    // The index holds pointers into `objects`: a longer vector moves them all.
+    const bool moves = objects.size() == objects.capacity();
     objects.push_back(std::move(o));
-    index();
+    if (moves)
+        index();
+    else
+        indexOne(objects.size() - 1);
     return objects.back();
 }
 

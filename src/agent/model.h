@@ -195,6 +195,7 @@ class Estate {
     std::vector<const Object*> children(std::string_view kind, int64_t parent) const;
 
   private:
+    void indexOne(size_t i);
     std::unordered_map<int64_t, size_t> byOid_;
     std::unordered_map<std::string, size_t> byAddr_;
     // Objects by kind, and by kind and controller, in list order.

@@ -187,23 +187,13 @@ class Node {
 
 constexpr long long kGiB = 1024LL * 1024 * 1024;
 
-// Builds objects in list order; ObjIDs are the store's row ids, given here.
+// Builds objects in list order; ObjIDs are the store's row ids, 1 upwards.
 class Builder {
   public:
     Estate estate;
 
     Object& add(std::string_view k, int64_t ctrl, int64_t parent, std::string addr) {
-        Object o;
-        o.oid = static_cast<int64_t>(estate.objects.size()) + 1;
-        o.kind = std::string(k);
-        o.ctrl = ctrl;
-        o.parent = parent;
-        o.addr = std::move(addr);
-        o.set("ObjID", std::to_string(o.oid));
-        o.set("ObjType", std::string(k));
-        if (ctrl >= 0 && k != kind::kController) o.set("GlobalNo", std::to_string(ctrl));
-        estate.objects.push_back(std::move(o));
-        return estate.objects.back();
+        return estate.add(k, ctrl, parent, std::move(addr));
     }
     Object& at(int64_t oid) { return estate.objects[static_cast<size_t>(oid - 1)]; }
 
@@ -265,7 +255,6 @@ void Builder::build(const Node& root) {
         long long count = c.integer("count", 1, 1, 64);
         for (long long i = 0; i < count; ++i) controller(c, gno++);
     }
-    estate.index();
     for (const Node& l : root.array("cached_luns")) {
         l.expectObject({"name", "controller", "vdisk", "mode", "props"});
         int64_t g = l.integer("controller", 0, 0, 1 << 20);
@@ -290,7 +279,6 @@ void Builder::build(const Node& root) {
         o.set("Time", a.text("time", ""));
         o.set("Message", a.text("message", ""));
     }
-    estate.index();
     for (const Node& ov : root.array("overrides")) {
         ov.expectObject({"object", "set"});
         Address ad;
@@ -453,7 +441,6 @@ void Builder::controller(const Node& n, int64_t gno) {
             apply(o, a.props());
         }
     }
-    estate.index();
     long long vdNo = 0;
     for (const Node& v : n.array("vdisks")) {
         if (!raid) v.fail("a controller in HBA mode has no virtual disks");
@@ -792,7 +779,6 @@ void Builder::vdisk(const Node& v, int64_t gno, int64_t ctrlOid, std::vector<int
         o.set("ObjState", "1");
         apply(o, p.props());
     }
-    estate.index();
 }
 
 // ---- addresses ----------------------------------------------------------
@@ -922,7 +908,6 @@ Estate buildEstate(const std::string& text, const std::string& origin) {
     } catch (const json::exception& e) {
         throw Error(origin + ": " + e.what());
     }
-    b.estate.index();
     return std::move(b.estate);
 }
 
