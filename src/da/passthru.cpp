@@ -88,6 +88,19 @@ void Empty(char* out, uint32_t capacity) {
     }
 }
 
+// Layouts are decimal numbers: "0512" is layout 512. Text that is not a
+// number only equals itself.
+bool SameLayout(const std::string& a, const std::string& b) {
+    const auto number = [](const std::string& s, unsigned long& v) {
+        if (s.empty() || s.find_first_not_of("0123456789") != std::string::npos) return false;
+        v = std::strtoul(s.c_str(), nullptr, 10);
+        return true;
+    };
+    unsigned long x = 0;
+    unsigned long y = 0;
+    return number(a, x) && number(b, y) ? x == y : a == b;
+}
+
 bool Level4() {
     return SysDbgIsLevelEnabled(TRACE_LEVEL_MODULE) != 0;
 }
@@ -194,7 +207,7 @@ void ReadLimits(const CapsCall& call, const OCSXBuf* xml) {
         if (Level4()) {
             SysDbgPrint("%s: Layout[%u]=%s\n", call.prefix, n, layout.c_str());
         }
-        const bool match = layout == wanted;
+        const bool match = SameLayout(layout, wanted);
         // The all-layouts entry answers for any layout and ends the walk.
         if (!match && layout != kStopLayout) {
             continue;

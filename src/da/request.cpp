@@ -19,9 +19,9 @@ ScopedFunctionTrace::~ScopedFunctionTrace() {
 }
 
 void LogAllocFailed(const char* name) {
-    // A line of its own, like every other trace line.
+    // Written as it has always been: without a line feed of its own.
     if (SysDbgIsLevelEnabled(TRACE_LEVEL_DETAIL)) {
-        SysDbgPrint("%s: OCSXAllocBuf failed\n", name);
+        SysDbgPrint("%s: OCSXAllocBuf failed", name);
     }
 }
 

@@ -29,8 +29,8 @@ void TraceLine(int32_t level, std::string_view text) {
     if (!SysDbgIsLevelEnabled(level)) {
         return;
     }
-    const bool hasFeed = !text.empty() && text.back() == '\n';
-    SysDbgPrint("%.*s%s", static_cast<int>(text.size()), text.data(), hasFeed ? "" : "\n");
+    // Each text is written exactly as given, line feed or not.
+    SysDbgPrint("%.*s", static_cast<int>(text.size()), text.data());
 }
 
 ValidList::ValidList(std::string& out, std::string_view separator)

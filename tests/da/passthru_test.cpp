@@ -160,6 +160,7 @@ TEST_F(PassThru, LimitsOfTheLayoutLookedFor) {
     const std::vector<LimitsCase> cases = {
         {"layout 64",              {F::kPlain, "1", "64",   0},        {0, "20", "200", "", ""}},
         {"layout 512",             {F::kPlain, "1", "512",  4},        {0, "30", "300", "", ""}},
+        {"layout is a number",     {F::kPlain, "1", "0512", 4},        {0, "30", "300", "", ""}},
         {"sas reads spans",        {F::kSas,   "1", "512",  4},        {0, "30", "300", "2", "2,2"}},
         {"span 22 means 512",      {F::kPlain, "1", "2048", 22, 0},    {0, "30", "300", "", ""}},
         {"span 26 means 512",      {F::kSas,   "1", "2048", 26, 0},    {0, "30", "300", "2", "2,2"}},
