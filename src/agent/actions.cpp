@@ -196,13 +196,6 @@ void requireSameKind(W& w, const std::vector<int64_t>& list, const Object* like)
     }
 }
 
-long long smallestLength(const Estate& e, const std::vector<int64_t>& list) {
-    long long s = 0;
-    for (int64_t oid : list)
-        if (const Object* d = e.byOid(oid); d && (!s || d->num("Length") < s)) s = d->num("Length");
-    return s;
-}
-
 // The layout of a request, which the controller must offer.
 const RaidLayout& layoutRule(W& w, const Object& ctrl, long long layout) {
     const RaidLayout* r = findLayout(layout);
@@ -320,13 +313,6 @@ long long freeVdNumber(const Estate& e, int64_t g) {
     return n;
 }
 
-void joinVdisk(Object& d, int64_t vdOid, long long span, bool cachecade) {
-    d.set("ObjState", std::to_string(state::kOnline));
-    setAttrs(d, attrs(d) | diskattr::kVdMember | (cachecade ? diskattr::kCacheCade : 0));
-    d.set("_vd", std::to_string(vdOid));
-    d.set("_span", std::to_string(span));
-}
-
 void leaveVdisk(Object& d) {
     setAttrs(d, attrs(d) & ~(diskattr::kVdMember | diskattr::kCacheCade | diskattr::kHidden));
     for (auto tag : {"_vd", "_span", "_revert", "_copyfrom"}) d.erase(tag);
@@ -334,22 +320,6 @@ void leaveVdisk(Object& d) {
         d.set("ObjState", std::to_string(state::kReady));
     if (d.get("_op") == op::kRebuild || d.get("_op") == op::kCopyback) cancelOp(d);
     d.set("ReplacingMember", "0");
-}
-
-void writeSpans(W& w, int64_t vdOid, long long spans, long long layout, long long perSpanLength) {
-    for (const Object* sp : w.e.children(kind::kSpan, vdOid)) w.e.remove(sp->oid);
-    const Object& vd = *w.e.byOid(vdOid);
-    const std::string num = vd.addr;
-    const int64_t g = vd.ctrl;
-    const std::string st = vd.get("ObjState");
-    for (long long s = 0; s < spans; ++s) {
-        Object& sp = w.e.add(kind::kSpan, g, vdOid, num + "/" + std::to_string(s));
-        sp.set("LogicalDriveNum", num);
-        sp.set("SpanID", std::to_string(s));
-        sp.set("Layout", std::to_string(findLayout(layout)->spanLayout(spans)));
-        sp.set("Length", std::to_string(perSpanLength));
-        sp.set("ObjState", st);
-    }
 }
 
 // ---- virtual-disk creation ----------------------------------------------
@@ -413,38 +383,27 @@ void createVdisk(W& w, bool cachecade) {
             w.notPossible("controller " + c.addr + " does not take protection information");
         pi = true;
     }
-    const std::string num = std::to_string(number);
-    const std::string device = freeDeviceName(w.e);
-    Object& vd = w.e.add(kind::kVdisk, g, ctrlOid, num);
-    const int64_t vdOid = vd.oid;
-    vd.set("LogicalDriveNum", num);
-    vd.set("Name", name);
-    vd.set("DeviceName", device);
-    vd.set("Layout", std::to_string(layout));
-    vd.set("StripeSize", stripe);
-    vd.set("ReadPolicy", read);
-    vd.set("WritePolicy", write);
-    vd.set("CachePolicy", cache);
-    vd.set("DiskCachePolicy", diskCache);
-    vd.set("Length", std::to_string(length));
-    vd.set("ObjState", std::to_string(state::kReady));
-    vd.set("SpanCount", std::to_string(spans));
-    vd.set("IsSSC", cachecade ? "1" : "0");
-    vd.set("Secured", secure ? "1" : "0");
-    vd.set("PIEnabled", pi ? "1" : "0");
-    vd.set("TarnCache", "0");
-    vd.set("CCState", "0");
-    vd.set("InitState", "0");
-    vd.set("ReconfigState", "0");
-    vd.set("AttributesMask", toMask(0));
-    setMemberOids(vd, list);
+    const int64_t vdOid = addVdisk(w.e, {.ctrlOid = ctrlOid,
+                                         .disks = list,
+                                         .layout = &rule,
+                                         .spans = spans,
+                                         .number = number,
+                                         .name = name,
+                                         .device = freeDeviceName(w.e),
+                                         .stripe = stripe,
+                                         .read = read,
+                                         .write = write,
+                                         .cache = cache,
+                                         .diskCache = diskCache,
+                                         .length = length,
+                                         .cachecade = cachecade,
+                                         .secured = secure,
+                                         .protectionInfo = pi});
     if (rule.backgroundInit() && !cachecade) {
+        Object& vd = w.obj(vdOid);
         vd.set("InitState", "2");
         startOp(vd, op::kBgi, smallest / kMiB);
     }
-    for (size_t i = 0; i < list.size(); ++i)
-        joinVdisk(w.obj(list[i]), vdOid, static_cast<long long>(i) / (n / spans), cachecade);
-    writeSpans(w, vdOid, spans, layout, smallest * (n / spans));
     w.alert(label(*w.e.byOid(vdOid)) + " created (" + std::string(rule.name) + ", " +
                 std::to_string(n) + " disks)",
             kAlertVdCreated);
@@ -524,31 +483,19 @@ void setCntrlAutoConfig(W& w) {
                       " more virtual disks, not " + std::to_string(free.size()));
     for (int64_t oid : free) {
         const long long number = freeVdNumber(w.e, g);
-        const std::string num = std::to_string(number);
-        const long long length = w.e.byOid(oid)->num("Length");
-        const std::string device = freeDeviceName(w.e);
         const Object& ctl = *w.e.byOid(ctrlOid);
-        const std::string stripe = policy(w, ctl, "", "StripeSizesMask", 128);
-        const std::string read = policy(w, ctl, "", "ReadPolicyMask", 4);
-        const std::string write = policy(w, ctl, "", "WritePolicyMask", 4);
-        Object& vd = w.e.add(kind::kVdisk, g, ctrlOid, num);
-        const int64_t vdOid = vd.oid;
-        for (auto [k, v] : std::initializer_list<std::pair<const char*, std::string>>{
-                 {"LogicalDriveNum", num}, {"Name", "VirtualDisk" + num},
-                 {"DeviceName", device},   {"Layout", "2"},
-                 {"StripeSize", stripe},   {"ReadPolicy", read},
-                 {"WritePolicy", write},   {"CachePolicy", "1"},
-                 {"DiskCachePolicy", "8"}, {"Length", std::to_string(length)},
-                 {"ObjState", "1"},        {"SpanCount", "1"},
-                 {"IsSSC", "0"},           {"Secured", "0"},
-                 {"PIEnabled", "0"},       {"TarnCache", "0"},
-                 {"CCState", "0"},         {"InitState", "0"},
-                 {"ReconfigState", "0"},   {"AttributesMask", toMask(0)}})
-            vd.set(k, v);
-        setMemberOids(vd, {oid});
-        joinVdisk(w.obj(oid), vdOid, 0, false);
-        writeSpans(w, vdOid, 1, raidlevel::kR0, length);
-        w.reply(vdOid);
+        w.reply(addVdisk(w.e, {.ctrlOid = ctrlOid,
+                               .disks = {oid},
+                               .layout = findLayout(raidlevel::kR0),
+                               .number = number,
+                               .name = "VirtualDisk" + std::to_string(number),
+                               .device = freeDeviceName(w.e),
+                               .stripe = policy(w, ctl, "", "StripeSizesMask", 128),
+                               .read = policy(w, ctl, "", "ReadPolicyMask", 4),
+                               .write = policy(w, ctl, "", "WritePolicyMask", 4),
+                               .cache = "1",
+                               .diskCache = "8",
+                               .length = w.e.byOid(oid)->num("Length")}));
     }
     w.alert(label(*w.e.byOid(ctrlOid)) + ": " + std::to_string(free.size()) +
             " RAID 0 virtual disks configured automatically");
@@ -716,7 +663,7 @@ void mirror(W& w, bool split) {
     Object& v = w.obj(vdOid);
     v.set("Layout", "2");
     setMemberOids(v, {members[0]});
-    writeSpans(w, vdOid, 1, raidlevel::kR0, length);
+    writeSpans(w.e, vdOid, 1, raidlevel::kR0, length);
     leaveVdisk(w.obj(second));
     w.reply(vdOid);
     if (split) {
@@ -738,7 +685,7 @@ void mirror(W& w, bool split) {
         nv.set("Name", newName);
         setMemberOids(nv, {second});
         joinVdisk(w.obj(second), nvOid, 0, false);
-        writeSpans(w, nvOid, 1, raidlevel::kR0, length);
+        writeSpans(w.e, nvOid, 1, raidlevel::kR0, length);
         w.reply(nvOid);
     } else {
         w.reply(second);
@@ -930,7 +877,7 @@ void reconstruct(W& w, int64_t vdOid) {
         v.set("Length", std::to_string(total));
         if (w.opt("StripeSize"))
             v.set("StripeSize", policy(w, c, "StripeSize", "StripeSizesMask", 0));
-        writeSpans(w, vdOid, 1, raidlevel::kR0, total);
+        writeSpans(w.e, vdOid, 1, raidlevel::kR0, total);
         return;
     }
     const long long layout =
@@ -979,7 +926,7 @@ void reconstruct(W& w, int64_t vdOid) {
     v.set("StripeSize", stripe);
     v.set("ReconfigState", "1");
     startOp(v, op::kReconfig, smallestLength(w.e, all) / kMiB);
-    writeSpans(w, vdOid, 1, layout, smallestLength(w.e, all) * n);
+    writeSpans(w.e, vdOid, 1, layout, smallestLength(w.e, all) * n);
     w.alert("Reconfiguration started on " + label(*w.e.byOid(vdOid)), kAlertOpStarted);
 }
 
@@ -1677,30 +1624,21 @@ void importForeign(W& w) {
     const RaidLayout& rule = *findLayout(n == 1   ? raidlevel::kR0
                                          : n == 2 ? raidlevel::kR1
                                                   : raidlevel::kR5);
-    const long long layout = rule.code;
-    const long long smallest = smallestLength(w.e, list);
-    const std::string num = std::to_string(freeVdNumber(w.e, g));
-    const std::string device = freeDeviceName(w.e);
-    Object& vd = w.e.add(kind::kVdisk, g, ctrlOid, num);
-    const int64_t vdOid = vd.oid;
-    for (auto [k, v] : std::initializer_list<std::pair<const char*, std::string>>{
-             {"LogicalDriveNum", num}, {"Name", "Imported" + num},
-             {"DeviceName", device},   {"Layout", std::to_string(layout)},
-             {"StripeSize", "128"},    {"ReadPolicy", "4"},
-             {"WritePolicy", "4"},     {"CachePolicy", "1"},
-             {"DiskCachePolicy", "8"}, {"Length", std::to_string(smallest * rule.dataDisks(n, 1))},
-             {"ObjState", "1"},        {"SpanCount", "1"},
-             {"IsSSC", "0"},           {"Secured", "0"},
-             {"PIEnabled", "0"},       {"TarnCache", "0"},
-             {"CCState", "0"},         {"InitState", "0"},
-             {"ReconfigState", "0"},   {"AttributesMask", toMask(0)}})
-        vd.set(k, v);
-    setMemberOids(vd, list);
-    for (int64_t oid : list) {
-        joinVdisk(w.obj(oid), vdOid, 0, false);
-        w.reply(oid);
-    }
-    writeSpans(w, vdOid, 1, layout, smallest * n);
+    const long long number = freeVdNumber(w.e, g);
+    const int64_t vdOid =
+        addVdisk(w.e, {.ctrlOid = ctrlOid,
+                       .disks = list,
+                       .layout = &rule,
+                       .number = number,
+                       .name = "Imported" + std::to_string(number),
+                       .device = freeDeviceName(w.e),
+                       .stripe = "128",
+                       .read = "4",
+                       .write = "4",
+                       .cache = "1",
+                       .diskCache = "8",
+                       .length = smallestLength(w.e, list) * rule.dataDisks(n, 1)});
+    for (int64_t oid : list) w.reply(oid);
     w.alert("Foreign configuration imported as " + label(*w.e.byOid(vdOid)));
     w.reply(vdOid);
 }

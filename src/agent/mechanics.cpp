@@ -139,6 +139,72 @@ void setMemberOids(Object& vd, const std::vector<int64_t>& oids) {
     vd.set("_members", list);
 }
 
+long long smallestLength(const Estate& e, const std::vector<int64_t>& disks) {
+    long long s = 0;
+    for (int64_t oid : disks)
+        if (const Object* d = e.byOid(oid); d && (!s || d->num("Length") < s)) s = d->num("Length");
+    return s;
+}
+
+void joinVdisk(Object& d, int64_t vdOid, long long span, bool cachecade) {
+    d.set("ObjState", std::to_string(state::kOnline));
+    d.set("AttributesMask", toMask(fromMask(d.get("AttributesMask")) | diskattr::kVdMember |
+                                   (cachecade ? diskattr::kCacheCade : 0)));
+    d.set("_vd", std::to_string(vdOid));
+    d.set("_span", std::to_string(span));
+}
+
+void writeSpans(Estate& e, int64_t vdOid, long long spans, long long layout,
+                long long perSpanLength) {
+    for (const Object* sp : e.children(kind::kSpan, vdOid)) e.remove(sp->oid);
+    const Object& vd = *e.byOid(vdOid);
+    const std::string num = vd.addr;
+    const int64_t g = vd.ctrl;
+    const std::string st = vd.get("ObjState");
+    for (long long s = 0; s < spans; ++s) {
+        Object& sp = e.add(kind::kSpan, g, vdOid, num + "/" + std::to_string(s));
+        sp.set("LogicalDriveNum", num);
+        sp.set("SpanID", std::to_string(s));
+        sp.set("Layout", std::to_string(findLayout(layout)->spanLayout(spans)));
+        sp.set("Length", std::to_string(perSpanLength));
+        sp.set("ObjState", st);
+    }
+}
+
+int64_t addVdisk(Estate& e, const VdiskSpec& spec) {
+    const int64_t g = e.byOid(spec.ctrlOid)->ctrl;
+    const std::string num = std::to_string(spec.number);
+    Object& vd = e.add(kind::kVdisk, g, spec.ctrlOid, num);
+    const int64_t vdOid = vd.oid;
+    vd.set("LogicalDriveNum", num);
+    vd.set("Name", spec.name);
+    vd.set("DeviceName", spec.device);
+    vd.set("Layout", std::to_string(spec.layout->code));
+    vd.set("StripeSize", spec.stripe);
+    vd.set("ReadPolicy", spec.read);
+    vd.set("WritePolicy", spec.write);
+    vd.set("CachePolicy", spec.cache);
+    vd.set("DiskCachePolicy", spec.diskCache);
+    vd.set("Length", std::to_string(spec.length));
+    vd.set("ObjState", std::to_string(spec.state));
+    vd.set("SpanCount", std::to_string(spec.spans));
+    vd.set("IsSSC", spec.cachecade ? "1" : "0");
+    vd.set("Secured", spec.secured ? "1" : "0");
+    vd.set("PIEnabled", spec.protectionInfo ? "1" : "0");
+    vd.set("TarnCache", "0");
+    vd.set("CCState", "0");
+    vd.set("InitState", "0");
+    vd.set("ReconfigState", "0");
+    vd.set("AttributesMask", toMask(0));
+    setMemberOids(vd, spec.disks);
+    const auto n = static_cast<long long>(spec.disks.size());
+    const long long perSpan = n / spec.spans;
+    for (long long i = 0; i < n; ++i)
+        joinVdisk(*e.edit(spec.disks[static_cast<size_t>(i)]), vdOid, i / perSpan, spec.cachecade);
+    writeSpans(e, vdOid, spec.spans, spec.layout->code, smallestLength(e, spec.disks) * perSpan);
+    return vdOid;
+}
+
 long long mebibytes(const Object& o) {
     return std::max(1LL, o.num("Length") / (1024LL * 1024));
 }

@@ -64,6 +64,36 @@ void refreshVdisk(Estate& e, int64_t now, int64_t vdOid);
 bool takeOverWithSpare(Estate& e, int64_t now, int64_t vdOid, int64_t downOid);
 // After a spare was assigned: degraded virtual disks it may serve rebuild.
 void useNewSpare(Estate& e, int64_t now, int64_t diskOid);
+// The smallest "Length" of the disks, 0 for none.
+long long smallestLength(const Estate& e, const std::vector<int64_t>& disks);
+// Makes a disk an online member of a virtual disk, in span `span`.
+void joinVdisk(Object& d, int64_t vdOid, long long span, bool cachecade);
+// Replaces a virtual disk's spans with `spans` spans of `perSpanLength`
+// bytes each, in the virtual disk's state.
+void writeSpans(Estate& e, int64_t vdOid, long long spans, long long layout,
+                long long perSpanLength);
+
+// A new virtual disk: its controller, its disks (span by span) and settings.
+struct VdiskSpec {
+    int64_t ctrlOid = 0;
+    std::vector<int64_t> disks;
+    const RaidLayout* layout = nullptr;
+    long long spans = 1;
+    long long number = 0;  // "LogicalDriveNum"
+    std::string name;
+    std::string device;  // "DeviceName"
+    // policy values: "StripeSize", "ReadPolicy", "WritePolicy", "CachePolicy",
+    // "DiskCachePolicy"
+    std::string stripe, read, write, cache, diskCache;
+    long long length = 0;  // bytes
+    int state = state::kReady;
+    bool cachecade = false;
+    bool secured = false;
+    bool protectionInfo = false;
+};
+// Adds the virtual disk and its spans; its disks become its online members.
+// Returns its ObjID.
+int64_t addVdisk(Estate& e, const VdiskSpec& spec);
 // The size of one object in MiB, the unit of disk work.
 long long mebibytes(const Object& o);
 

@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "answer.h"
+#include "mechanics.h"
 #include "sqlite.h"
 
 namespace kvda {
@@ -700,62 +701,28 @@ void Builder::vdisk(const Node& v, int64_t gno, int64_t ctrlOid, std::vector<int
     const long long spans = v.integer("spans", rl.spanned ? 2 : 1, 1, 8);
     if (n % spans)
         v.fail(std::string("the disks do not divide into ") + std::to_string(spans) + " spans");
-    long long smallest = 0;
-    for (int64_t m : members) {
-        long long len = at(m).num("Length");
-        if (!smallest || len < smallest) smallest = len;
-    }
     const std::string num = std::to_string(number);
     const long long st = v.choice("state", "ready", kVdStates);
-    int64_t vdOid;
-    {
-        Object& o = add(kind::kVdisk, gno, ctrlOid, num);
-        vdOid = o.oid;
-        o.set("LogicalDriveNum", num);
-        std::string name = v.text("name", ssc ? "CacheCade" + num : "VirtualDisk" + num);
-        if (v.has("count")) name += num;
-        o.set("Name", name);
-        o.set("DeviceName", "/dev/sd" + std::string(1, static_cast<char>('a' + number % 26)) +
-                                (number >= 26 ? std::to_string(number / 26) : ""));
-        o.set("Layout", std::to_string(layout));
-        o.set("StripeSize", std::to_string(v.choice("stripe", "64kb", kStripeSizes)));
-        o.set("ReadPolicy", std::to_string(v.choice("read", "ra", kReadPolicies)));
-        o.set("WritePolicy", std::to_string(v.choice("write", "wb", kWritePolicies)));
-        o.set("CachePolicy", std::to_string(v.choice("cache", "d", kCachePolicies)));
-        o.set("DiskCachePolicy",
-              std::to_string(v.choice("disk_cache", "default", kDiskCachePolicies)));
-        o.set("Length", std::to_string(smallest * rl.dataDisks(n, spans)));
-        o.set("ObjState", std::to_string(st));
-        o.set("SpanCount", std::to_string(spans));
-        o.set("IsSSC", ssc ? "1" : "0");
-        o.set("Secured", "0");
-        o.set("PIEnabled", "0");
-        o.set("TarnCache", "0");
-        o.set("CCState", "0");
-        o.set("InitState", "0");
-        o.set("ReconfigState", "0");
-        o.set("AttributesMask", toMask(0));
-        std::string list;
-        for (int64_t m : members) appendListItem(list, ",", std::to_string(m));
-        o.set("_members", list);
-        apply(o, v.props());
-    }
-    for (long long s = 0; s < spans; ++s) {
-        Object& sp = add(kind::kSpan, gno, vdOid, num + std::string("/") + std::to_string(s));
-        sp.set("LogicalDriveNum", num);
-        sp.set("SpanID", std::to_string(s));
-        sp.set("Layout", std::to_string(rl.spanLayout(spans)));
-        sp.set("Length", std::to_string(smallest * (n / spans)));
-        sp.set("ObjState", std::to_string(st));
-    }
-    for (size_t i = 0; i < members.size(); ++i) {
-        Object& d = at(members[i]);
-        d.set("ObjState", std::to_string(state::kOnline));
-        d.set("AttributesMask", toMask(fromMask(d.get("AttributesMask")) | diskattr::kVdMember |
-                                       (ssc ? diskattr::kCacheCade : 0)));
-        d.set("_vd", std::to_string(vdOid));
-        d.set("_span", std::to_string(static_cast<long long>(i) / (n / spans)));
-    }
+    std::string name = v.text("name", ssc ? "CacheCade" + num : "VirtualDisk" + num);
+    if (v.has("count")) name += num;
+    const int64_t vdOid = addVdisk(
+        estate, {.ctrlOid = ctrlOid,
+                 .disks = members,
+                 .layout = &rl,
+                 .spans = spans,
+                 .number = number,
+                 .name = name,
+                 .device = "/dev/sd" + std::string(1, static_cast<char>('a' + number % 26)) +
+                           (number >= 26 ? std::to_string(number / 26) : ""),
+                 .stripe = std::to_string(v.choice("stripe", "64kb", kStripeSizes)),
+                 .read = std::to_string(v.choice("read", "ra", kReadPolicies)),
+                 .write = std::to_string(v.choice("write", "wb", kWritePolicies)),
+                 .cache = std::to_string(v.choice("cache", "d", kCachePolicies)),
+                 .diskCache = std::to_string(v.choice("disk_cache", "default", kDiskCachePolicies)),
+                 .length = smallestLength(estate, members) * rl.dataDisks(n, spans),
+                 .state = static_cast<int>(st),
+                 .cachecade = ssc});
+    apply(at(vdOid), v.props());
     if (v.has("dedicated_hot_spares")) {
         Node l = v.child("dedicated_hot_spares");
         for (int64_t h : resolveDisks(l, gno)) {
