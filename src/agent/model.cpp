@@ -208,29 +208,49 @@ struct Ctx {
 
 using Pred = bool (*)(const Ctx&);
 
+// A tag name as a template argument, so that one predicate reads any tag.
+template <size_t N>
+struct TagName {
+    char text[N];
+    // not explicit: template arguments are written as string literals
+    constexpr TagName(const char (&s)[N]) { std::copy_n(s, N, text); }
+    constexpr std::string_view view() const { return {text, N - 1}; }
+};
+
+// The object's tag `T` is (or is not) `V`.
+template <TagName T, long long V>
+bool is(const Ctx& c) {
+    return c.obj.num(T.view()) == V;
+}
+template <TagName T, long long V>
+bool isNot(const Ctx& c) {
+    return c.obj.num(T.view()) != V;
+}
+// The object is in state `S`.
+template <int S>
+bool stateIs(const Ctx& c) {
+    return c.st() == S;
+}
+
 bool always(const Ctx&) {
     return true;
 }
 bool raidMode(const Ctx& c) {
     return c.raidMode() || (c.obj.kind == kind::kController && c.obj.num("ControllerMode") == 1);
 }
-bool ctrlRaid(const Ctx& c) {
-    return c.obj.num("ControllerMode") == 1;
+// Controllers and enclosures.
+bool alarmOff(const Ctx& c) {
+    return is<"AlarmPresent", 1>(c) && is<"AlarmState", 0>(c);
 }
-bool ctrlHasAlarm(const Ctx& c) {
-    return c.obj.num("AlarmPresent") == 1;
+bool alarmOn(const Ctx& c) {
+    return is<"AlarmPresent", 1>(c) && is<"AlarmState", 1>(c);
 }
-bool ctrlAlarmOff(const Ctx& c) {
-    return c.obj.num("AlarmPresent") == 1 && c.obj.num("AlarmState") == 0;
-}
-bool ctrlAlarmOn(const Ctx& c) {
-    return c.obj.num("AlarmPresent") == 1 && c.obj.num("AlarmState") == 1;
-}
+
 bool ctrlSecurity(const Ctx& c) {
-    return fromMask(c.obj.get("AttributesMask")) & ctrlattr::kKeyManagement;
+    return c.attrs() & ctrlattr::kKeyManagement;
 }
 bool ctrlCacheCade(const Ctx& c) {
-    return fromMask(c.obj.get("AttributesMask")) & ctrlattr::kCacheCade;
+    return c.attrs() & ctrlattr::kCacheCade;
 }
 bool ctrlHasRoom(const Ctx& c) {
     auto vds = c.estate.of(kind::kVdisk, c.obj.num("GlobalNo"));
@@ -243,13 +263,7 @@ bool ctrlHasForeign(const Ctx& c) {
     return c.disks.foreign;
 }
 bool ctrlPatrolManualIdle(const Ctx& c) {
-    return c.obj.num("PatrolReadMode") == 2 && c.obj.num("PatrolReadState") != 1;
-}
-bool ctrlPatrolRunning(const Ctx& c) {
-    return c.obj.num("PatrolReadState") == 1;
-}
-bool ctrlPinnedCache(const Ctx& c) {
-    return c.obj.num("PreservedCache") == 1;
+    return is<"PatrolReadMode", 2>(c) && isNot<"PatrolReadState", 1>(c);
 }
 bool ctrlHasNonRaid(const Ctx& c) {
     return c.disks.nonRaid;
@@ -258,11 +272,9 @@ bool ctrlHasReady(const Ctx& c) {
     return c.disks.ready;
 }
 
-bool isHotSpare(const Ctx& c) {
-    return c.attrs() & (diskattr::kGlobalHotSpare | diskattr::kDedicatedHotSpare);
-}
 bool diskReadyFree(const Ctx& c) {
-    return c.st() == state::kReady && !isHotSpare(c);
+    return c.st() == state::kReady &&
+           !(c.attrs() & (diskattr::kGlobalHotSpare | diskattr::kDedicatedHotSpare));
 }
 bool diskGlobalSpare(const Ctx& c) {
     return c.attrs() & diskattr::kGlobalHotSpare;
@@ -270,134 +282,57 @@ bool diskGlobalSpare(const Ctx& c) {
 bool diskPresent(const Ctx& c) {
     return c.st() != state::kRemoved;
 }
-bool diskOnlineMember(const Ctx& c) {
-    return c.st() == state::kOnline;
-}
-bool diskOffline(const Ctx& c) {
-    return c.st() == state::kOffline;
-}
 bool diskRebuildable(const Ctx& c) {
     return (c.st() == state::kFailed || c.st() == state::kOffline) && !c.obj.get("_vd").empty();
-}
-bool diskRebuilding(const Ctx& c) {
-    return c.st() == state::kRebuilding;
 }
 bool diskRemovable(const Ctx& c) {
     return c.st() == state::kReady || c.st() == state::kFailed || c.st() == state::kOffline;
 }
-bool diskReady(const Ctx& c) {
-    return c.st() == state::kReady;
-}
-bool diskNonRaid(const Ctx& c) {
-    return c.st() == state::kNonRaid;
-}
-bool diskClearing(const Ctx& c) {
-    return c.obj.num("Clearing") == 1;
-}
-bool diskReplacing(const Ctx& c) {
-    return c.obj.num("ReplacingMember") == 1;
-}
-bool diskIse(const Ctx& c) {
-    return c.obj.num("ISECapable") == 1;
-}
 bool diskIseNow(const Ctx& c) {
-    return diskIse(c) && (c.st() == state::kReady || c.st() == state::kNonRaid);
+    return is<"ISECapable", 1>(c) && (c.st() == state::kReady || c.st() == state::kNonRaid);
 }
 bool diskCacheOff(const Ctx& c) {
-    return diskPresent(c) && c.obj.num("WriteCache") != 1;
+    return diskPresent(c) && isNot<"WriteCache", 1>(c);
 }
 bool diskCacheOn(const Ctx& c) {
-    return diskPresent(c) && c.obj.num("WriteCache") == 1;
-}
-bool diskSolid(const Ctx& c) {
-    return c.obj.num("MediaType") == media::kSsd;
-}
-bool diskPcie(const Ctx& c) {
-    return c.obj.num("BusProtocol") == bus::kPcie;
-}
-bool diskInPool(const Ctx& c) {
-    return c.obj.num("InCachePool") == 1;
+    return diskPresent(c) && is<"WriteCache", 1>(c);
 }
 bool diskNotInPool(const Ctx& c) {
-    return diskPcie(c) && c.obj.num("InCachePool") != 1 && c.st() == state::kReady;
+    return is<"BusProtocol", bus::kPcie>(c) && isNot<"InCachePool", 1>(c) &&
+           c.st() == state::kReady;
 }
 bool diskPoolFailed(const Ctx& c) {
-    return diskInPool(c) && c.st() == state::kFailed;
+    return is<"InCachePool", 1>(c) && c.st() == state::kFailed;
 }
 
-bool vdReady(const Ctx& c) {
-    return c.st() == state::kReady;
-}
 bool vdUsable(const Ctx& c) {
     return c.st() != state::kFailed;
 }
 bool vdRedundant(const Ctx& c) {
-    return c.obj.num("Layout") != 2 && c.obj.num("IsSSC") != 1;
+    return c.obj.num("Layout") != raidlevel::kR0 && isNot<"IsSSC", 1>(c);
 }
 bool vdRedundantReady(const Ctx& c) {
-    return vdReady(c) && vdRedundant(c) && c.obj.num("CCState") == 0;
-}
-bool vdCcRunning(const Ctx& c) {
-    return c.obj.num("CCState") == 1;
-}
-bool vdCcPaused(const Ctx& c) {
-    return c.obj.num("CCState") == 2;
-}
-bool vdCcActive(const Ctx& c) {
-    return c.obj.num("CCState") != 0;
-}
-bool vdRebuilding(const Ctx& c) {
-    return c.st() == state::kRebuilding;
-}
-bool vdInitRunning(const Ctx& c) {
-    return c.obj.num("InitState") == 1;
-}
-bool vdBgiRunning(const Ctx& c) {
-    return c.obj.num("InitState") == 2;
-}
-bool vdReconfiguring(const Ctx& c) {
-    return c.obj.num("ReconfigState") == 1;
+    return c.st() == state::kReady && vdRedundant(c) && is<"CCState", 0>(c);
 }
 bool vdSecurable(const Ctx& c) {
-    return (c.ctrlAttrs() & ctrlattr::kSecurityKeyPresent) && c.obj.num("Secured") != 1;
+    return (c.ctrlAttrs() & ctrlattr::kSecurityKeyPresent) && isNot<"Secured", 1>(c);
 }
 bool vdSecurity(const Ctx& c) {
     return c.ctrlAttrs() & ctrlattr::kKeyManagement;
 }
 bool vdCacheOff(const Ctx& c) {
-    return c.obj.num("TarnCache") == 0 && vdUsable(c);
-}
-bool vdCacheOn(const Ctx& c) {
-    return c.obj.num("TarnCache") == 1;
-}
-bool vdCacheFailed(const Ctx& c) {
-    return c.obj.num("TarnCache") == 2;
+    return is<"TarnCache", 0>(c) && vdUsable(c);
 }
 
-bool batReady(const Ctx& c) {
-    return c.st() == state::kReady;
-}
 bool batNotLearning(const Ctx& c) {
-    return c.st() == state::kReady && c.obj.num("LearnState") == 0;
+    return c.st() == state::kReady && is<"LearnState", 0>(c);
 }
 bool batLearnDue(const Ctx& c) {
-    return c.obj.num("LearnMode") == 1 && c.st() == state::kReady;
+    return is<"LearnMode", 1>(c) && c.st() == state::kReady;
 }
 
-bool encAlarm(const Ctx& c) {
-    return c.obj.num("AlarmPresent") == 1;
-}
-bool encAlarmOff(const Ctx& c) {
-    return encAlarm(c) && c.obj.num("AlarmState") == 0;
-}
-bool encAlarmOn(const Ctx& c) {
-    return encAlarm(c) && c.obj.num("AlarmState") == 1;
-}
 bool encProbes(const Ctx& c) {
     return !c.estate.children(kind::kProbe, c.obj.oid).empty();
-}
-bool encShelf(const Ctx& c) {
-    return c.obj.num("EnclosureType") == 2;
 }
 
 struct Rule {
@@ -411,112 +346,112 @@ struct Rule {
 // clang-format off
 constexpr std::array kRules{
     // storage root
-    Rule{kind::kStorage,    0, 0x1,        always,        always},            // globalrescan
-    Rule{kind::kStorage,    0, 0x2,        always,        always},            // enablests
-    Rule{kind::kStorage,    0, 0x4,        always,        always},            // disablests
-    Rule{kind::kStorage,    0, 0x8,        always,        always},            // setprotectionpolicies
-    Rule{kind::kStorage,    0, 0x10,       always,        always},            // write endurance threshold
+    Rule{kind::kStorage,    0, 0x1,        always,                        always},                      // globalrescan
+    Rule{kind::kStorage,    0, 0x2,        always,                        always},                      // enablests
+    Rule{kind::kStorage,    0, 0x4,        always,                        always},                      // disablests
+    Rule{kind::kStorage,    0, 0x8,        always,                        always},                      // setprotectionpolicies
+    Rule{kind::kStorage,    0, 0x10,       always,                        always},                      // write endurance threshold
     // controller
-    Rule{kind::kController, 0, 0x1,        always,        always},            // rescan
-    Rule{kind::kController, 0, 0x2,        ctrlRaid,      always},            // flush
-    Rule{kind::kController, 0, 0x4,        ctrlHasAlarm,  ctrlAlarmOff},      // enablealarm
-    Rule{kind::kController, 0, 0x8,        ctrlHasAlarm,  ctrlAlarmOn},       // disablealarm
-    Rule{kind::kController, 0, 0x10,       ctrlHasAlarm,  ctrlAlarmOn},       // quietalarm
-    Rule{kind::kController, 0, 0x20,       ctrlRaid,      always},            // setrebuildrate
-    Rule{kind::kController, 0, 0x40,       ctrlRaid,      ctrlHasRoom},       // createvdisk
-    Rule{kind::kController, 0, 0x80,       ctrlRaid,      ctrlHasVdisks},     // resetconfig
-    Rule{kind::kController, 0, 0x100,      always,        always},            // exportlog
-    Rule{kind::kController, 0, 0x800,      ctrlHasAlarm,  always},            // testalarm
-    Rule{kind::kController, 0, 0x2000,     ctrlRaid,      always},            // setbgirate
-    Rule{kind::kController, 0, 0x4000,     ctrlRaid,      always},            // setcheckconsistencyrate
-    Rule{kind::kController, 0, 0x8000,     ctrlRaid,      always},            // setpatrolreadrate
-    Rule{kind::kController, 0, 0x10000,    ctrlRaid,      always},            // setreconstructrate
-    Rule{kind::kController, 0, 0x80000,    always,        always},            // dumpevents
-    Rule{kind::kController, 0, 0x100000,   ctrlRaid,      always},            // setpatrolreadmode
-    Rule{kind::kController, 0, 0x200000,   ctrlRaid,      ctrlPatrolManualIdle}, // startpatrolread
-    Rule{kind::kController, 0, 0x400000,   ctrlRaid,      ctrlPatrolRunning}, // stoppatrolread
-    Rule{kind::kController, 0, 0x800000,   ctrlRaid,      ctrlHasForeign},    // clearforeignconfig
-    Rule{kind::kController, 0, 0x1000000,  ctrlRaid,      ctrlHasForeign},    // importforeignconfig
-    Rule{kind::kController, 0, 0x2000000,  ctrlRaid,      ctrlHasForeign},    // importrecoverforeignconfig
-    Rule{kind::kController, 0, 0x4000000,  ctrlRaid,      always},            // setchangecontrollerproperties
-    Rule{kind::kController, 0, 0x8000000,  always,        always},            // changedrivecache
-    Rule{kind::kController, 0, 0x10000000, ctrlRaid,      ctrlPinnedCache},   // discardpreservedcache
-    Rule{kind::kController, 0, 0x40000000, ctrlSecurity,  always},            // security key actions
-    Rule{kind::kController, 1, 0x1,        ctrlCacheCade, ctrlHasReady},      // createcachecade
-    Rule{kind::kController, 1, 0x2,        ctrlRaid,      ctrlHasNonRaid},    // convertNonRAIDtoRAID
-    Rule{kind::kController, 1, 0x4,        ctrlRaid,      ctrlHasReady},      // convertRAIDtoNonRAID
-    Rule{kind::kController, 1, 0x8,        always,        always},            // setcontrollermode
-    Rule{kind::kController, 1, 0x10,       ctrlRaid,      ctrlHasReady},      // autoconfigureRAID0
+    Rule{kind::kController, 0, 0x1,        always,                        always},                      // rescan
+    Rule{kind::kController, 0, 0x2,        is<"ControllerMode", 1>,       always},                      // flush
+    Rule{kind::kController, 0, 0x4,        is<"AlarmPresent", 1>,         alarmOff},                    // enablealarm
+    Rule{kind::kController, 0, 0x8,        is<"AlarmPresent", 1>,         alarmOn},                     // disablealarm
+    Rule{kind::kController, 0, 0x10,       is<"AlarmPresent", 1>,         alarmOn},                     // quietalarm
+    Rule{kind::kController, 0, 0x20,       is<"ControllerMode", 1>,       always},                      // setrebuildrate
+    Rule{kind::kController, 0, 0x40,       is<"ControllerMode", 1>,       ctrlHasRoom},                 // createvdisk
+    Rule{kind::kController, 0, 0x80,       is<"ControllerMode", 1>,       ctrlHasVdisks},               // resetconfig
+    Rule{kind::kController, 0, 0x100,      always,                        always},                      // exportlog
+    Rule{kind::kController, 0, 0x800,      is<"AlarmPresent", 1>,         always},                      // testalarm
+    Rule{kind::kController, 0, 0x2000,     is<"ControllerMode", 1>,       always},                      // setbgirate
+    Rule{kind::kController, 0, 0x4000,     is<"ControllerMode", 1>,       always},                      // setcheckconsistencyrate
+    Rule{kind::kController, 0, 0x8000,     is<"ControllerMode", 1>,       always},                      // setpatrolreadrate
+    Rule{kind::kController, 0, 0x10000,    is<"ControllerMode", 1>,       always},                      // setreconstructrate
+    Rule{kind::kController, 0, 0x80000,    always,                        always},                      // dumpevents
+    Rule{kind::kController, 0, 0x100000,   is<"ControllerMode", 1>,       always},                      // setpatrolreadmode
+    Rule{kind::kController, 0, 0x200000,   is<"ControllerMode", 1>,       ctrlPatrolManualIdle},        // startpatrolread
+    Rule{kind::kController, 0, 0x400000,   is<"ControllerMode", 1>,       is<"PatrolReadState", 1>},    // stoppatrolread
+    Rule{kind::kController, 0, 0x800000,   is<"ControllerMode", 1>,       ctrlHasForeign},              // clearforeignconfig
+    Rule{kind::kController, 0, 0x1000000,  is<"ControllerMode", 1>,       ctrlHasForeign},              // importforeignconfig
+    Rule{kind::kController, 0, 0x2000000,  is<"ControllerMode", 1>,       ctrlHasForeign},              // importrecoverforeignconfig
+    Rule{kind::kController, 0, 0x4000000,  is<"ControllerMode", 1>,       always},                      // setchangecontrollerproperties
+    Rule{kind::kController, 0, 0x8000000,  always,                        always},                      // changedrivecache
+    Rule{kind::kController, 0, 0x10000000, is<"ControllerMode", 1>,       is<"PreservedCache", 1>},     // discardpreservedcache
+    Rule{kind::kController, 0, 0x40000000, ctrlSecurity,                  always},                      // security key actions
+    Rule{kind::kController, 1, 0x1,        ctrlCacheCade,                 ctrlHasReady},                // createcachecade
+    Rule{kind::kController, 1, 0x2,        is<"ControllerMode", 1>,       ctrlHasNonRaid},              // convertNonRAIDtoRAID
+    Rule{kind::kController, 1, 0x4,        is<"ControllerMode", 1>,       ctrlHasReady},                // convertRAIDtoNonRAID
+    Rule{kind::kController, 1, 0x8,        always,                        always},                      // setcontrollermode
+    Rule{kind::kController, 1, 0x10,       is<"ControllerMode", 1>,       ctrlHasReady},                // autoconfigureRAID0
     // connector, NVMe adapter
-    Rule{kind::kConnector,  0, 0x1,        always,        always},            // rescan
-    Rule{kind::kNvme,       0, 0x1,        always,        always},            // rescan
-    Rule{kind::kNvme,       0, 0x200000,   diskIse,       always},            // cryptographicerase
-    Rule{kind::kNvme,       0, 0x4000000,  always,        always},            // exportlog
+    Rule{kind::kConnector,  0, 0x1,        always,                        always},                      // rescan
+    Rule{kind::kNvme,       0, 0x1,        always,                        always},                      // rescan
+    Rule{kind::kNvme,       0, 0x200000,   is<"ISECapable", 1>,           always},                      // cryptographicerase
+    Rule{kind::kNvme,       0, 0x4000000,  always,                        always},                      // exportlog
     // enclosure
-    Rule{kind::kEnclosure,  0, 0x1,        encAlarm,      encAlarmOff},       // enablealarm
-    Rule{kind::kEnclosure,  0, 0x2,        encAlarm,      encAlarmOn},        // disablealarm
-    Rule{kind::kEnclosure,  0, 0x4,        encShelf,      always},            // asset data
-    Rule{kind::kEnclosure,  0, 0x8,        encProbes,     always},            // settempprobes
-    Rule{kind::kEnclosure,  0, 0x40,       always,        always},            // blink
-    Rule{kind::kEnclosure,  0, 0x80,       encProbes,     always},            // setalltempprobes
-    Rule{kind::kEnclosure,  0, 0x100,      always,        always},            // unblink
-    Rule{kind::kEnclosure,  0, 0x200,      always,        always},            // pdslotreport
+    Rule{kind::kEnclosure,  0, 0x1,        is<"AlarmPresent", 1>,         alarmOff},                    // enablealarm
+    Rule{kind::kEnclosure,  0, 0x2,        is<"AlarmPresent", 1>,         alarmOn},                     // disablealarm
+    Rule{kind::kEnclosure,  0, 0x4,        is<"EnclosureType", 2>,        always},                      // asset data
+    Rule{kind::kEnclosure,  0, 0x8,        encProbes,                     always},                      // settempprobes
+    Rule{kind::kEnclosure,  0, 0x40,       always,                        always},                      // blink
+    Rule{kind::kEnclosure,  0, 0x80,       encProbes,                     always},                      // setalltempprobes
+    Rule{kind::kEnclosure,  0, 0x100,      always,                        always},                      // unblink
+    Rule{kind::kEnclosure,  0, 0x200,      always,                        always},                      // pdslotreport
     // battery
-    Rule{kind::kBattery,    0, 0x1,        always,        batReady},          // recondition
-    Rule{kind::kBattery,    0, 0x2,        always,        batNotLearning},    // startlearn
-    Rule{kind::kBattery,    0, 0x4,        always,        batLearnDue},       // delaylearn
+    Rule{kind::kBattery,    0, 0x1,        always,                        stateIs<state::kReady>},      // recondition
+    Rule{kind::kBattery,    0, 0x2,        always,                        batNotLearning},              // startlearn
+    Rule{kind::kBattery,    0, 0x4,        always,                        batLearnDue},                 // delaylearn
     // physical disk
-    Rule{kind::kDisk,       0, 0x1,        always,        diskPresent},       // blink
-    Rule{kind::kDisk,       0, 0x2,        always,        diskPresent},       // unblink
-    Rule{kind::kDisk,       0, 0x10,       raidMode,      diskReadyFree},     // assignglobalhotspare
-    Rule{kind::kDisk,       0, 0x20,       raidMode,      diskGlobalSpare},   // unassignglobalhotspare
-    Rule{kind::kDisk,       0, 0x40,       raidMode,      diskOffline},       // online
-    Rule{kind::kDisk,       0, 0x80,       raidMode,      diskOnlineMember},  // offline
-    Rule{kind::kDisk,       0, 0x100,      always,        diskRemovable},     // remove
-    Rule{kind::kDisk,       0, 0x400,      raidMode,      diskRebuildable},   // rebuild
-    Rule{kind::kDisk,       0, 0x800,      raidMode,      diskRebuilding},    // cancelrebuild
-    Rule{kind::kDisk,       0, 0x1000,     raidMode,      diskReady},         // initialize
-    Rule{kind::kDisk,       0, 0x10000,    raidMode,      diskReadyFree},     // clear
-    Rule{kind::kDisk,       0, 0x20000,    raidMode,      diskClearing},      // cancelclear
-    Rule{kind::kDisk,       0, 0x80000,    raidMode,      diskReplacing},     // cancelreplacemember
-    Rule{kind::kDisk,       0, 0x200000,   diskIse,       diskIseNow},        // instant secure erase
-    Rule{kind::kDisk,       0, 0x400000,   raidMode,      diskReadyFree},     // convertRAIDtoNonRAID
-    Rule{kind::kDisk,       0, 0x800000,   raidMode,      diskNonRaid},       // convertNonRAIDtoRAID
-    Rule{kind::kDisk,       0, 0x1000000,  always,        diskCacheOff},      // enabledevicewritecache
-    Rule{kind::kDisk,       0, 0x2000000,  always,        diskCacheOn},       // disabledevicewritecache
-    Rule{kind::kDisk,       0, 0x4000000,  diskSolid,     diskPresent},       // exportlog
-    Rule{kind::kDisk,       0, 0x8000000,  diskPcie,      diskNotInPool},     // addtocachepool
-    Rule{kind::kDisk,       0, 0x10000000, diskPcie,      diskInPool},        // removefromcachepool
-    Rule{kind::kDisk,       0, 0x20000000, diskPcie,      diskPoolFailed},    // reactivate
+    Rule{kind::kDisk,       0, 0x1,        always,                        diskPresent},                 // blink
+    Rule{kind::kDisk,       0, 0x2,        always,                        diskPresent},                 // unblink
+    Rule{kind::kDisk,       0, 0x10,       raidMode,                      diskReadyFree},               // assignglobalhotspare
+    Rule{kind::kDisk,       0, 0x20,       raidMode,                      diskGlobalSpare},             // unassignglobalhotspare
+    Rule{kind::kDisk,       0, 0x40,       raidMode,                      stateIs<state::kOffline>},    // online
+    Rule{kind::kDisk,       0, 0x80,       raidMode,                      stateIs<state::kOnline>},     // offline
+    Rule{kind::kDisk,       0, 0x100,      always,                        diskRemovable},               // remove
+    Rule{kind::kDisk,       0, 0x400,      raidMode,                      diskRebuildable},             // rebuild
+    Rule{kind::kDisk,       0, 0x800,      raidMode,                      stateIs<state::kRebuilding>}, // cancelrebuild
+    Rule{kind::kDisk,       0, 0x1000,     raidMode,                      stateIs<state::kReady>},      // initialize
+    Rule{kind::kDisk,       0, 0x10000,    raidMode,                      diskReadyFree},               // clear
+    Rule{kind::kDisk,       0, 0x20000,    raidMode,                      is<"Clearing", 1>},           // cancelclear
+    Rule{kind::kDisk,       0, 0x80000,    raidMode,                      is<"ReplacingMember", 1>},    // cancelreplacemember
+    Rule{kind::kDisk,       0, 0x200000,   is<"ISECapable", 1>,           diskIseNow},                  // instant secure erase
+    Rule{kind::kDisk,       0, 0x400000,   raidMode,                      diskReadyFree},               // convertRAIDtoNonRAID
+    Rule{kind::kDisk,       0, 0x800000,   raidMode,                      stateIs<state::kNonRaid>},    // convertNonRAIDtoRAID
+    Rule{kind::kDisk,       0, 0x1000000,  always,                        diskCacheOff},                // enabledevicewritecache
+    Rule{kind::kDisk,       0, 0x2000000,  always,                        diskCacheOn},                 // disabledevicewritecache
+    Rule{kind::kDisk,       0, 0x4000000,  is<"MediaType", media::kSsd>,  diskPresent},                 // exportlog
+    Rule{kind::kDisk,       0, 0x8000000,  is<"BusProtocol", bus::kPcie>, diskNotInPool},               // addtocachepool
+    Rule{kind::kDisk,       0, 0x10000000, is<"BusProtocol", bus::kPcie>, is<"InCachePool", 1>},        // removefromcachepool
+    Rule{kind::kDisk,       0, 0x20000000, is<"BusProtocol", bus::kPcie>, diskPoolFailed},              // reactivate
     // virtual disk
-    Rule{kind::kVdisk,      0, 0x1,        always,        vdReady},           // reconfigure
-    Rule{kind::kVdisk,      0, 0x10,       always,        always},            // deletevdisk
-    Rule{kind::kVdisk,      0, 0x20,       vdRedundant,   vdRedundantReady},  // checkconsistency
-    Rule{kind::kVdisk,      0, 0x40,       always,        vdReady},           // initialize
-    Rule{kind::kVdisk,      0, 0x80,       vdRedundant,   vdUsable},          // assigndedicatedhotspare
-    Rule{kind::kVdisk,      0, 0x100,      always,        vdUsable},          // blink
-    Rule{kind::kVdisk,      0, 0x200,      always,        vdUsable},          // unblink
-    Rule{kind::kVdisk,      0, 0x400,      always,        always},            // rename
-    Rule{kind::kVdisk,      0, 0x800,      vdRedundant,   vdCcActive},        // cancelcheckconsistency
-    Rule{kind::kVdisk,      0, 0x1000,     always,        vdInitRunning},     // cancelinitialize
-    Rule{kind::kVdisk,      0, 0x8000,     vdRedundant,   vdRebuilding},      // cancelrebuild
-    Rule{kind::kVdisk,      0, 0x10000,    vdRedundant,   vdCcRunning},       // pausecheckconsistency
-    Rule{kind::kVdisk,      0, 0x20000,    vdRedundant,   vdCcPaused},        // resumecheckconsistency
-    Rule{kind::kVdisk,      0, 0x40000,    always,        vdReconfiguring},   // cancelreconfigure
-    Rule{kind::kVdisk,      0, 0x80000,    always,        vdUsable},          // changepolicy
-    Rule{kind::kVdisk,      0, 0x100000,   always,        vdBgiRunning},      // cancelbginitialize
-    Rule{kind::kVdisk,      0, 0x400000,   always,        vdReady},           // slowinit
-    Rule{kind::kVdisk,      0, 0x800000,   always,        vdReady},           // fastinit
-    Rule{kind::kVdisk,      0, 0x1000000,  vdRedundant,   vdReady},           // replacememberdisk
-    Rule{kind::kVdisk,      0, 0x8000000,  vdSecurity,    vdSecurable},       // SecureVD
-    Rule{kind::kVdisk,      0, 0x10000000, always,        vdReady},           // resize
-    Rule{kind::kVdisk,      0, 0x20000000, always,        vdCacheOff},        // enabletarncache
-    Rule{kind::kVdisk,      0, 0x40000000, always,        vdCacheOn},         // disabletarncache
-    Rule{kind::kVdisk,      0, 0x80000000, always,        vdCacheFailed},     // reactivate
-    Rule{kind::kPartition,  0, 0x20000000, always,        vdCacheOff},        // enabletarncache
-    Rule{kind::kPartition,  0, 0x40000000, always,        vdCacheOn},         // disabletarncache
-    Rule{kind::kPartition,  0, 0x80000000, always,        vdCacheFailed},     // reactivate
-    Rule{kind::kCachedLun,  0, 0x1,        always,        always},            // disablewithdiscard
+    Rule{kind::kVdisk,      0, 0x1,        always,                        stateIs<state::kReady>},      // reconfigure
+    Rule{kind::kVdisk,      0, 0x10,       always,                        always},                      // deletevdisk
+    Rule{kind::kVdisk,      0, 0x20,       vdRedundant,                   vdRedundantReady},            // checkconsistency
+    Rule{kind::kVdisk,      0, 0x40,       always,                        stateIs<state::kReady>},      // initialize
+    Rule{kind::kVdisk,      0, 0x80,       vdRedundant,                   vdUsable},                    // assigndedicatedhotspare
+    Rule{kind::kVdisk,      0, 0x100,      always,                        vdUsable},                    // blink
+    Rule{kind::kVdisk,      0, 0x200,      always,                        vdUsable},                    // unblink
+    Rule{kind::kVdisk,      0, 0x400,      always,                        always},                      // rename
+    Rule{kind::kVdisk,      0, 0x800,      vdRedundant,                   isNot<"CCState", 0>},         // cancelcheckconsistency
+    Rule{kind::kVdisk,      0, 0x1000,     always,                        is<"InitState", 1>},          // cancelinitialize
+    Rule{kind::kVdisk,      0, 0x8000,     vdRedundant,                   stateIs<state::kRebuilding>}, // cancelrebuild
+    Rule{kind::kVdisk,      0, 0x10000,    vdRedundant,                   is<"CCState", 1>},            // pausecheckconsistency
+    Rule{kind::kVdisk,      0, 0x20000,    vdRedundant,                   is<"CCState", 2>},            // resumecheckconsistency
+    Rule{kind::kVdisk,      0, 0x40000,    always,                        is<"ReconfigState", 1>},      // cancelreconfigure
+    Rule{kind::kVdisk,      0, 0x80000,    always,                        vdUsable},                    // changepolicy
+    Rule{kind::kVdisk,      0, 0x100000,   always,                        is<"InitState", 2>},          // cancelbginitialize
+    Rule{kind::kVdisk,      0, 0x400000,   always,                        stateIs<state::kReady>},      // slowinit
+    Rule{kind::kVdisk,      0, 0x800000,   always,                        stateIs<state::kReady>},      // fastinit
+    Rule{kind::kVdisk,      0, 0x1000000,  vdRedundant,                   stateIs<state::kReady>},      // replacememberdisk
+    Rule{kind::kVdisk,      0, 0x8000000,  vdSecurity,                    vdSecurable},                 // SecureVD
+    Rule{kind::kVdisk,      0, 0x10000000, always,                        stateIs<state::kReady>},      // resize
+    Rule{kind::kVdisk,      0, 0x20000000, always,                        vdCacheOff},                  // enabletarncache
+    Rule{kind::kVdisk,      0, 0x40000000, always,                        is<"TarnCache", 1>},          // disabletarncache
+    Rule{kind::kVdisk,      0, 0x80000000, always,                        is<"TarnCache", 2>},          // reactivate
+    Rule{kind::kPartition,  0, 0x20000000, always,                        vdCacheOff},                  // enabletarncache
+    Rule{kind::kPartition,  0, 0x40000000, always,                        is<"TarnCache", 1>},          // disabletarncache
+    Rule{kind::kPartition,  0, 0x80000000, always,                        is<"TarnCache", 2>},          // reactivate
+    Rule{kind::kCachedLun,  0, 0x1,        always,                        always},                      // disablewithdiscard
 };
 // clang-format on
 
