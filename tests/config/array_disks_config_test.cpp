@@ -150,7 +150,7 @@ TEST_F(ArrayDisksConfigTest, FrameKeepsEachTablesParameterNames) {
     for (const auto& [args, status] : cases) {
         const auto r = Run("vkconfig storage " + args);
         EXPECT_EQ(RefusalOf(r.get()).msgId, status) << args;
-        EXPECT_TRUE(estate.requests.empty()) << args;
+        EXPECT_TRUE(estate.Changes().empty()) << args;
     }
 }
 

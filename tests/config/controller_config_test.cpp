@@ -286,14 +286,26 @@ TEST_F(ControllerConfigTest, FrameRefusesMalformedWordsBeforeTheCallback) {
     const std::pair<std::string, uint32_t> cases[] = {
         {"action=setrebuildrate controller=0 rate=101", CLPS_MSG_BAD_VALUE},
         {"action=setcontrollermode controller=0 mode=jbod", CLPS_MSG_BAD_KEYWORD},
-        {"action=discardpreservedcache controller=0", CLPS_MSG_MISSING_PARAM},
-        {"action=setchangecontrollerproperties controller=0", CLPS_MSG_MISSING_GROUP},
         {"action=globalrescan controller=0", CLPS_MSG_BAD_ACTION},
     };
     for (const auto& [args, msg] : cases) {
         const auto r = Run("vkconfig storage controller " + args);
         EXPECT_EQ(RefusalOf(r.get()).msgId, msg) << args;
         EXPECT_TRUE(estate.requests.empty()) << args;
+    }
+}
+
+TEST_F(ControllerConfigTest, MissingChoicesAreTheControllersToName) {
+    // A missing "force" and a property change without any property are
+    // answered by the controller's own checks, and nothing is changed.
+    const std::pair<std::string, uint32_t> cases[] = {
+        {"action=discardpreservedcache controller=0", 1692},
+        {"action=setchangecontrollerproperties controller=0", 1687},
+    };
+    for (const auto& [args, msg] : cases) {
+        const auto r = Run("vkconfig storage controller " + args);
+        EXPECT_EQ(RefusalOf(r.get()).msgId, msg) << args;
+        EXPECT_TRUE(estate.Changes().empty()) << args;
     }
 }
 

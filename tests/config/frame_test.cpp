@@ -424,6 +424,23 @@ TEST_F(FrameTest, CallbackRefusalComesBackWithItsNumberAndTexts) {
     EXPECT_EQ(std::strlen(r->msgArg1), CLPS_ERR_TEXT_SIZE - 1);
 }
 
+TEST_F(FrameTest, ObjectsNameAMissingChoiceBeforeTheFrameDoes) {
+    // A missing keyword choice or property group reaches the callback, whose
+    // own number wins; had it let the command through, the frame refuses
+    // (the refusal cases above) and nothing is sent either way.
+    const std::pair<Strings, int32_t> cases[] = {
+        {{"action=assign", "controller=0"}, 1692},
+        {{"action=delaylearn", "controller=0", "battery=0"}, 1687},
+    };
+    for (const auto& [words, result] : cases) {
+        agent_.requests.clear();
+        callback_.result = result;
+        ResponsePtr r = Run(kActions, words);
+        ExpectMessage(r.get(), static_cast<uint32_t>(result), "", "");
+        EXPECT_TRUE(agent_.requests.empty());
+    }
+}
+
 TEST_F(FrameTest, NoCallbackSendsAsTheTableSays) {
     ResponsePtr r = Run(kActions, {"action=rescan"}, nullptr);
     ASSERT_NE(r, nullptr);

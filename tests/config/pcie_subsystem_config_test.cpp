@@ -94,7 +94,7 @@ TEST_F(PCIeConfigTest, FrameRequiresForceYes) {
                                                 ? uint32_t{CLPS_MSG_MISSING_PARAM}
                                                 : uint32_t{CLPS_MSG_BAD_KEYWORD})
             << force;
-        EXPECT_TRUE(estate.requests.empty()) << force;
+        EXPECT_TRUE(estate.Changes().empty()) << force;
     }
 }
 

@@ -212,29 +212,15 @@ std::optional<Refusal> PrepareRow(const CLPSNVActionRow& row, const Command& cmd
         if (isKey(w.name)) continue;
         return Refusal{CLPS_MSG_UNEXPECTED_PARAM, std::string(w.name), NamesOrNone(names)};
     }
-    // Required parameters.
+    // Required parameters typed by the user (keyword choices and property
+    // groups come after the object's own checks: see MissingChoice).
     for (std::string_view name : names) {
         if (cmd.Find(name) != nullptr) continue;
         const auto rows = RowsOf(row, name);
-        if (std::any_of(rows.begin(), rows.end(),
-                        [](const CLPSNVParamRow* p) { return fr::IsRequiredRow(*p); }))
+        if (std::any_of(rows.begin(), rows.end(), [](const CLPSNVParamRow* p) {
+                return fr::IsRequiredRow(*p) && !fr::IsKeywordRow(*p);
+            }))
             return Refusal{CLPS_MSG_MISSING_PARAM, std::string(name), ExpectedFor(row, name)};
-    }
-    // The property group: at least one member.
-    std::vector<std::string_view> group;
-    bool groupGiven = false;
-    for (std::string_view name : names) {
-        const auto rows = RowsOf(row, name);
-        if (std::any_of(rows.begin(), rows.end(),
-                        [](const CLPSNVParamRow* p) { return fr::IsGroupRow(*p); })) {
-            group.push_back(name);
-            groupGiven = groupGiven || cmd.Find(name) != nullptr;
-        }
-    }
-    if (!group.empty() && !groupGiven) {
-        return Refusal{CLPS_MSG_MISSING_GROUP,
-                       row.pKeyValue != nullptr ? row.pKeyValue : cmd.object,
-                       fr::Join(group, ", ")};
     }
     // Values: a keyword among those listed, or a value of the row's type.
     for (const Word& w : cmd.words) {
@@ -282,6 +268,39 @@ std::optional<Refusal> PrepareRow(const CLPSNVActionRow& row, const Command& cmd
         } else {
             list.push_back(std::string(p.pOutput) + std::string(w->value));
         }
+    }
+    return std::nullopt;
+}
+
+// A required keyword not given, or a property group without any member.
+// Checked after the object's callback: objects answer these with numbers of
+// their own ("nothing to change", "say whether to force"), which tell the user
+// more than the frame's generic refusal; the frame still refuses what the
+// callback let through, so nothing incomplete is ever sent.
+std::optional<Refusal> MissingChoice(const CLPSNVActionRow& row, const Command& cmd) {
+    const std::vector<std::string_view> names = fr::UserNames(row.pParams, row.paramCount);
+    for (std::string_view name : names) {
+        if (cmd.Find(name) != nullptr) continue;
+        const auto rows = RowsOf(row, name);
+        if (std::any_of(rows.begin(), rows.end(), [](const CLPSNVParamRow* p) {
+                return fr::IsRequiredRow(*p) && fr::IsKeywordRow(*p);
+            }))
+            return Refusal{CLPS_MSG_MISSING_PARAM, std::string(name), ExpectedFor(row, name)};
+    }
+    std::vector<std::string_view> group;
+    bool groupGiven = false;
+    for (std::string_view name : names) {
+        const auto rows = RowsOf(row, name);
+        if (std::any_of(rows.begin(), rows.end(),
+                        [](const CLPSNVParamRow* p) { return fr::IsGroupRow(*p); })) {
+            group.push_back(name);
+            groupGiven = groupGiven || cmd.Find(name) != nullptr;
+        }
+    }
+    if (!group.empty() && !groupGiven) {
+        return Refusal{CLPS_MSG_MISSING_GROUP,
+                       row.pKeyValue != nullptr ? row.pKeyValue : cmd.object,
+                       fr::Join(group, ", ")};
     }
     return std::nullopt;
 }
@@ -582,6 +601,7 @@ CLPSResponse* RunFrame(uint32_t argc, const char** argv, uint32_t usageMsgId,
         }
         if (auto refusal = RunCallback(validate, argc, argv, p.pairs))
             return Respond(*refusal, styleSheet);
+        if (auto refusal = MissingChoice(*row, cmd)) return Respond(*refusal, styleSheet);
         prepared.push_back(std::move(p));
     }
     if ((CLPSGetHostFlags() & CLPS_HOST_DRYRUN) != 0) return DryRunResponse(prepared, styleSheet);
