@@ -1077,13 +1077,17 @@ void setArrayDiskInitialize(W& w) {
     w.reply(oid);
 }
 
-void setArrayDiskRebuild(W& w) {
-    const int64_t oid = raidDisk(w);
-    const Object& d = *w.e.byOid(oid);
+// The virtual disk a disk is a member of; refused for a disk that is none's.
+int64_t vdiskOf(W& w, const Object& d) {
     if (d.get("_vd").empty())
         w.notPossible("disk " + d.addr + " is not a member of a virtual disk");
+    return std::atoll(d.get("_vd").c_str());
+}
+
+void setArrayDiskRebuild(W& w) {
+    const int64_t oid = raidDisk(w);
+    const int64_t vd = vdiskOf(w, *w.e.byOid(oid));
     requireDiskState(w, oid, {state::kFailed, state::kOffline}, "failed or offline");
-    const int64_t vd = std::atoll(d.get("_vd").c_str());
     if (w.e.byOid(vd)->num("ObjState") == state::kFailed)
         w.notPossible(label(*w.e.byOid(vd)) + " has failed: there is no data to rebuild from");
     Object& x = w.obj(oid);
@@ -1124,10 +1128,7 @@ void setArrayDiskCancelCopyback(W& w) {
 void setArrayDiskOffline(W& w) {
     const int64_t oid = raidDisk(w);
     requireDiskState(w, oid, {state::kOnline}, "online");
-    const Object& d = *w.e.byOid(oid);
-    if (d.get("_vd").empty())
-        w.notPossible("disk " + d.addr + " is not a member of a virtual disk");
-    const int64_t vd = std::atoll(d.get("_vd").c_str());
+    const int64_t vd = vdiskOf(w, *w.e.byOid(oid));
     w.obj(oid).set("ObjState", std::to_string(state::kOffline));
     refreshVdisk(w.e, w.now, vd);
     if (w.e.byOid(vd)->num("ObjState") == state::kFailed)

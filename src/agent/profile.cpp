@@ -205,6 +205,10 @@ class Builder {
     void build(const Node& root);
 
   private:
+    // One of the estate's single objects (storage root, global information,
+    // cache pool): its defaults, then the props of the profile's entry of the
+    // same name.
+    void single(const Node& root, std::string_view k, const Props& defaults);
     void controller(const Node& n, int64_t gno);
     void connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOid, bool raid);
     void disk(const Node& n, int64_t gno, int64_t chan, int64_t proto,
@@ -218,39 +222,17 @@ void Builder::build(const Node& root) {
     root.expectObject({"description", "storage", "globalinfo", "cachepool", "controllers",
                        "cached_luns", "alerts", "overrides"});
     root.text("description", "");
-    Object& st = add(kind::kStorage, -1, 0, "storage");
-    st.set("Name", "Storage");
-    st.set("ObjState", "1");
-    st.set("AttributesMask", toMask(0));
-    if (root.has("storage")) {
-        Node s = root.child("storage");
-        s.expectObject({"props"});
-        apply(st, s.props());
-    }
-    Object& gi = add(kind::kGlobal, -1, 0, "globalinfo");
-    gi.set("Name", "Global Information");
-    gi.set("SmartThermalShutdown", "0");
-    gi.set("HotSpareProtectionPolicy", "0");
-    gi.set("RRWEThresholdSasSata", "10");
-    gi.set("RRWEThresholdPCIe", "10");
-    gi.set("NonZornCertifiedMode", "0");
-    if (root.has("globalinfo")) {
-        Node s = root.child("globalinfo");
-        s.expectObject({"props"});
-        apply(estate.objects.back(), s.props());
-    }
-    {
-        Object& cp = add(kind::kCachePool, -1, 0, "cachepool");
-        cp.set("Name", "Cache Pool");
-        cp.set("ObjState", "1");
-        cp.set("TarnCacheState", "0");
-        cp.set("Length", "0");
-        if (root.has("cachepool")) {
-            Node s = root.child("cachepool");
-            s.expectObject({"props"});
-            apply(estate.objects.back(), s.props());
-        }
-    }
+    single(root, kind::kStorage,
+           {{"Name", "Storage"}, {"ObjState", "1"}, {"AttributesMask", toMask(0)}});
+    single(root, kind::kGlobal,
+           {{"Name", "Global Information"},
+            {"SmartThermalShutdown", "0"},
+            {"HotSpareProtectionPolicy", "0"},
+            {"RRWEThresholdSasSata", "10"},
+            {"RRWEThresholdPCIe", "10"},
+            {"NonZornCertifiedMode", "0"}});
+    single(root, kind::kCachePool,
+           {{"Name", "Cache Pool"}, {"ObjState", "1"}, {"TarnCacheState", "0"}, {"Length", "0"}});
     int64_t gno = 0;
     for (const Node& c : root.array("controllers")) {
         long long count = c.integer("count", 1, 1, 64);
@@ -292,6 +274,16 @@ void Builder::build(const Node& root) {
         if (!target) ov.child("object").fail("no such object");
         Object& t = at(target->oid);
         for (const auto& [k, v] : ov.props("set")) t.overrides[k] = v;
+    }
+}
+
+void Builder::single(const Node& root, std::string_view k, const Props& defaults) {
+    Object& o = add(k, -1, 0, std::string(k));
+    apply(o, defaults);
+    if (root.has(k)) {
+        Node s = root.child(k);
+        s.expectObject({"props"});
+        apply(o, s.props());
     }
 }
 
@@ -858,6 +850,14 @@ Address parseAddress(const std::vector<std::string>& words) {
         throw Error("unknown object word '" + first + "'");
     }
     return a;
+}
+
+std::string readProfile(const std::filesystem::path& file) {
+    std::ifstream in(file);
+    if (!in) throw Error("cannot read profile " + file.string());
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
 }
 
 Estate buildEstate(const std::string& text, const std::string& origin) {

@@ -24,6 +24,9 @@ Address parseAddress(const std::string& text);
 // True for the words that name objects (controller, pdisk, enclosure, ...).
 bool isAddressWord(std::string_view word);
 
+// The text of a profile file. Throws Error naming the file when it cannot be
+// read.
+std::string readProfile(const std::filesystem::path& file);
 // Builds an estate from profile text; `origin` names the file in messages.
 // Throws Error with the JSON path of the first offending item.
 Estate buildEstate(const std::string& text, const std::string& origin);

@@ -250,12 +250,18 @@ void getEnclosure(Ctx& c) {
     int64_t g = c.ctrl();
     c.emit(c.enclosure(g));
 }
+// An enclosure followed by its fans, power supplies, EMMs and probes.
+void emitWithComponents(Ctx& c, const Object& e) {
+    c.emit(e);
+    for (auto k : {kind::kFan, kind::kPowerSupply, kind::kEmm, kind::kProbe})
+        c.emitAll(c.estate.children(k, e.oid));
+}
 void getEnclosureList(Ctx& c) {
     for (const Object* e : c.estate.all(kind::kEnclosure)) {
-        c.emit(*e);
         if (c.req.get("includeComponents"))
-            for (auto k : {kind::kFan, kind::kPowerSupply, kind::kEmm, kind::kProbe})
-                c.emitAll(c.estate.children(k, e->oid));
+            emitWithComponents(c, *e);
+        else
+            c.emit(*e);
     }
 }
 void getEnclosuresForController(Ctx& c) {
@@ -267,10 +273,7 @@ void getEnclosuresForChannel(Ctx& c) {
 }
 void getSingleEnclosureForController(Ctx& c) {
     int64_t g = c.ctrl();
-    const Object& e = c.enclosure(g);
-    c.emit(e);
-    for (auto k : {kind::kFan, kind::kPowerSupply, kind::kEmm, kind::kProbe})
-        c.emitAll(c.estate.children(k, e.oid));
+    emitWithComponents(c, c.enclosure(g));
 }
 void components(Ctx& c, std::string_view k) {
     int64_t g = c.ctrl();

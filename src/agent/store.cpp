@@ -5,9 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <unordered_map>
 
 #include "mechanics.h"
@@ -56,14 +54,6 @@ Props jsonProps(const std::string& text) {
     return out;
 }
 
-std::string readFile(const fs::path& p) {
-    std::ifstream in(p);
-    if (!in) throw Error("cannot read profile " + p.string());
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
 }  // namespace
 
 Store::Store(const fs::path& path) : db_(ensureDir(path).string()) {
@@ -73,7 +63,7 @@ Store::Store(const fs::path& path) : db_(ensureDir(path).string()) {
     if (has.integer(0) == 0) {
         createSchema();
         fs::path def = resolveProfile("default");
-        writeObjects(buildEstate(readFile(def), def.string()));
+        writeObjects(buildEstate(readProfile(def), def.string()));
         Stmt p(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES('profile', 'default')");
         p.run();
         t.commit();

@@ -1,10 +1,8 @@
 // kvda: the control tool of the simulated storage estate.
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "agent.h"
 #include "answer.h"
@@ -34,14 +32,6 @@ struct Usage : Error {
     using Error::Error;
 };
 
-std::string readFile(const fs::path& p) {
-    std::ifstream in(p);
-    if (!in) throw Error("cannot read profile " + p.string());
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
 int cmdInit(const std::vector<std::string>& args) {
     std::string profile = "default";
     bool force = false;
@@ -56,7 +46,7 @@ int cmdInit(const std::vector<std::string>& args) {
             throw Usage("init: unknown argument '" + args[i] + "'");
     }
     fs::path file = resolveProfile(profile);
-    Estate estate = buildEstate(readFile(file), file.string());  // refuse before touching state
+    Estate estate = buildEstate(readProfile(file), file.string());  // refuse before touching state
     fs::path state = defaultStatePath();
     if (fs::exists(state) && !force)
         throw Error("state file " + state.string() + " exists; add --force to replace it");
@@ -85,7 +75,7 @@ int cmdProfiles() {
     for (const auto& f : files) {
         std::string desc;
         try {
-            desc = nlohmann::json::parse(readFile(f)).value("description", "");
+            desc = nlohmann::json::parse(readProfile(f)).value("description", "");
         } catch (const std::exception&) {
             desc = "(not valid JSON)";
         }
