@@ -44,6 +44,7 @@ enum class ListRule {
 
 struct ChannelWalk {
     const char* traceName;
+    const char* allocTraceName;  // the disk walks share one allocation-failure text
     const char* perChannelRequest;
     IdForm form;
     ListRule listRule;
@@ -53,14 +54,14 @@ struct ChannelWalk {
 };
 
 // clang-format off
-constexpr ChannelWalk kPlainWalk   {"IsUserArrayDiskIdValid",      "getArrayDisksForChannel",  IdForm::kEnclosureBit,        ListRule::kNotHidden,         false,
+constexpr ChannelWalk kPlainWalk   {"IsUserArrayDiskIdValid",      "IsUserArrayDiskIdValid", "getArrayDisksForChannel",  IdForm::kEnclosureBit,        ListRule::kNotHidden,         false,
                                     "kvsup IsUserArrayDiskIdValidIsUserADisk: first instance, poutvalidadrraydiskid is = ",
                                     "kvsup IsUserArrayDiskIdValidIsUserADisk: subsequent instance, poutvalidadrraydiskid is = "};
-constexpr ChannelWalk kHealthyWalk {"IsUserArrayDiskIdValid",      "getArrayDisksForChannel",  IdForm::kSasChannelEnclosure, ListRule::kHealthySolidState, false,
+constexpr ChannelWalk kHealthyWalk {"IsUserArrayDiskIdValid",      "IsUserArrayDiskIdValid", "getArrayDisksForChannel",  IdForm::kSasChannelEnclosure, ListRule::kHealthySolidState, false,
                                     kPlainWalk.firstTrace, kPlainWalk.laterTrace};
-constexpr ChannelWalk kStateWalk   {"IsUserArrayDiskIdValidState", "getArrayDisksForChannel",  IdForm::kEnclosureBit,        ListRule::kWantedState,       true,
+constexpr ChannelWalk kStateWalk   {"IsUserArrayDiskIdValidState", "IsUserArrayDiskIdValid", "getArrayDisksForChannel",  IdForm::kEnclosureBit,        ListRule::kWantedState,       true,
                                     kPlainWalk.firstTrace, kPlainWalk.laterTrace};
-constexpr ChannelWalk kTapeWalk    {"IsUserTapeDriveIdValid",      "getTapeDrivesForChannel",  IdForm::kTwoParts,            ListRule::kNotHidden,         false,
+constexpr ChannelWalk kTapeWalk    {"IsUserTapeDriveIdValid",      "IsUserTapeDriveIdValid", "getTapeDrivesForChannel",  IdForm::kTwoParts,            ListRule::kNotHidden,         false,
                                     "kvsup IsUserTapeDriveIdValid: first instance, pOutValidTapeDriveIds is = ",
                                     "kvsup IsUserTapeDriveIdValid: subsequent instance, pOutValidTapeDriveIds is = "};
 
@@ -118,7 +119,7 @@ int32_t WalkChannels(const ChannelWalk& walk, const char* userId, const char* gl
         *count = 0;
     }
     ValidList list(validList);
-    const std::string base = walk.traceName;
+    const std::string base = walk.allocTraceName;
     const std::string noBuffer1 = base + ": OCSXAllocBuf failed";
     const std::string noBuffer2 = noBuffer1 + " 2";
     const std::string noBuffer3 = noBuffer1 + " 3";

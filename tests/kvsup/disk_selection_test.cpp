@@ -2,8 +2,13 @@
 // virtual-disk candidate walks and the single-disk reads.
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <string>
+#include <vector>
+
 #include "fake_agent.h"
 #include "kvsup.h"
+#include "trace_capture.h"
 
 namespace {
 
@@ -278,6 +283,49 @@ TEST(CombineDiskParams, OneOfTheTwo) {
     EXPECT_STREQ(slotA, "0:1");
     const char* noneA = nullptr;
     EXPECT_EQ(CombineUserDiskParams(&noneA, nullptr), 1667);
+}
+
+}  // namespace
+
+namespace {
+
+struct WalkAllocCase {
+    const char* label;
+    std::function<int32_t(std::string&, uint32_t*)> walk;
+    const char* line;
+};
+
+TEST(DiskWalkBuffers, AllocationFailureNamesTheWalk) {
+    kvsup_test::FakeAgent agent;
+    agent.On({"vkacmd=getController"}, kvsup_test::Answer({{{"GlobalNo", "0"}}}));
+    // The state walk shares the disk walk's text; only the tape walk has its own.
+    const std::vector<WalkAllocCase> cases = {
+        {"disks",
+         [](std::string& l, uint32_t* n) { return IsUserArrayDiskIdValid("0:1", "0", l, 0, n); },
+         "IsUserArrayDiskIdValid: OCSXAllocBuf failed"},
+        {"disks in a state",
+         [](std::string& l, uint32_t* n) {
+             return IsUserArrayDiskIdValidState("0:1", "0", l, 0, n, 1, "convertRAIDtoNonRAID");
+         },
+         "IsUserArrayDiskIdValid: OCSXAllocBuf failed"},
+        {"tapes",
+         [](std::string& l, uint32_t* n) { return IsUserTapeDriveIdValid("0:1", "0", l, 0, n); },
+         "IsUserTapeDriveIdValid: OCSXAllocBuf failed"},
+    };
+    for (const WalkAllocCase& c : cases) {
+        vktest::TraceCapture trace(3);
+        std::string list;
+        uint32_t count = 0;
+        int32_t status = 0;
+        {
+            kvsup_test::NoXmlBuffers noBuffers;
+            status = c.walk(list, &count);
+        }
+        EXPECT_EQ(status, 272) << c.label;
+        EXPECT_NE(trace.Text().find(c.line), std::string::npos) << c.label << "\n" << trace.Text();
+        EXPECT_EQ(trace.Text().find("IsUserArrayDiskIdValidState: OCSXAllocBuf"), std::string::npos)
+            << c.label;
+    }
 }
 
 }  // namespace
