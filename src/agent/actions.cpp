@@ -209,9 +209,11 @@ const RaidLayout& layoutRule(W& w, const Object& ctrl, long long layout) {
 long long checkDiskCount(W& w, const RaidLayout& r, long long n) {
     if (r.code == raidlevel::kR1 && n != 2)
         w.notPossible("RAID 1 takes exactly 2 disks, not " + std::to_string(n));
-    if (n < r.minDisks || (r.mirrored && n % 2))
+    // RAID 1E mirrors stripes, not disks, so it also takes odd sets.
+    const bool pairs = r.mirrored && r.code != raidlevel::kR1e;
+    if (n < r.minDisks || (pairs && n % 2))
         w.notPossible(std::string(r.name) + " needs at least " + std::to_string(r.minDisks) +
-                      (r.mirrored ? " disks and an even number of them" : " disks") + ", not " +
+                      (pairs ? " disks and an even number of them" : " disks") + ", not " +
                       std::to_string(n));
     if (!r.spanned) {
         if (w.opt("SpanLength") && r.code != raidlevel::kR1e)

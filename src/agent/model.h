@@ -133,9 +133,9 @@ inline constexpr std::array kRaidLayouts{
     RaidLayout{raidlevel::kR6,     "RAID 6",              4,  4,      false,   false,  0,      0,               2},
     RaidLayout{raidlevel::kR10,    "RAID 10",             4,  4,      true,    true,   2,      raidlevel::kR1,  0},
     RaidLayout{raidlevel::kR50,    "RAID 50",             6,  6,      false,   true,   3,      raidlevel::kR5,  1},
-    RaidLayout{raidlevel::kR1c,    "RAID 1 concatenated", 4,  2,      true,    false,  0,      0,               0},
+    RaidLayout{raidlevel::kR1c,    "RAID 1 concatenated", 2,  2,      true,    false,  0,      0,               0},
     RaidLayout{raidlevel::kR60,    "RAID 60",             8,  8,      false,   true,   4,      raidlevel::kR6,  2},
-    RaidLayout{raidlevel::kR1e,    "RAID 1E",             4,  3,      true,    false,  0,      0,               0},
+    RaidLayout{raidlevel::kR1e,    "RAID 1E",             3,  3,      true,    false,  0,      0,               0},
 };
 // clang-format on
 

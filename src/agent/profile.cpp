@@ -686,8 +686,7 @@ void Builder::vdisk(const Node& v, int64_t gno, int64_t ctrlOid, std::vector<int
     const long long layout = ssc ? raidlevel::kR0 : v.choice("raid", "r1", kRaidLevels);
     const long long n = static_cast<long long>(members.size());
     const RaidLayout& rl = *findLayout(layout);
-    // Profiles have always taken RAID 1c and 1E sets of any size.
-    if (n < rl.minDisks && rl.code != raidlevel::kR1c && rl.code != raidlevel::kR1e)
+    if (n < rl.minDisks)
         v.fail(std::string("RAID layout ") + std::to_string(layout) + " needs at least " +
                std::to_string(rl.minDisks) + " disks");
     const long long spans = v.integer("spans", rl.spanned ? 2 : 1, 1, 8);

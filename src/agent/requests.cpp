@@ -408,8 +408,6 @@ void passThruCaps(Ctx& c, const std::vector<std::string>& args) {
             long long sl = spanLength;
             if (sl <= 0 || n % sl) sl = std::atoll(lengths.c_str());
             depth = n / sl;
-        } else if (r.code == raidlevel::kR1e && n % 2 == 0) {
-            continue;  // offered for odd sets only
         }
         c.answer.object({{"Layout", std::to_string(r.code)},
                          {"MinimumLength", std::to_string(kMinimumVdLength)},

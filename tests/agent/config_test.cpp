@@ -591,3 +591,24 @@ TEST(Durations, ParseAndRefuse) {
 }
 
 }  // namespace
+
+// RAID 1E mirrors stripes rather than disks: creation takes any set of three
+// or more (the capability query offers the same sets).
+TEST_F(AgentConfigTest, Raid1eTakesOddAndEvenSetsOfThreeOrMore) {
+    const fs::path profile = dir_ / "r1e.json";
+    std::ofstream(profile) << R"({"controllers": [{"name": "R", "mode": "raid",
+        "raid_levels": ["r0", "r1", "r1e"],
+        "connectors": [{"protocol": "sas", "enclosures": [{"type": "backplane", "slots": 8}],
+                        "disk_groups": [{"count": 8, "media": "hdd"}]}]}]})";
+    agent(profile.string());
+    for (const std::string disks : {"0:0:0,0:0:1,0:0:2", "0:0:3,0:0:4,0:0:5"}) {
+        auto made =
+            ask({"vkacmd=setCntrlCreateVD", "GlobalNo=0", "Layout=524288", "adisk=" + disks});
+        ASSERT_EQ(made.size(), 1u) << disks;
+        EXPECT_EQ(made[0]["Layout"], "524288");
+    }
+    const std::string before = dump();
+    ask({"vkacmd=setCntrlCreateVD", "GlobalNo=0", "Layout=524288", "adisk=0:0:6,0:0:7"},
+        status::kNotPossible);
+    EXPECT_EQ(dump(), before);
+}
