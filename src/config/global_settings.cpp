@@ -85,10 +85,16 @@ constexpr std::array<CLPSNVParamRow, 3> kThresholdParams = {{
 }};
 
 // The store dump of the service actions: the agent's dump of every object.
-// It is also the global table's seventh row, hidden like the other service
-// rows, so that the usage help of the global table stays the settings.
 constexpr CLPSNVActionRow kDumpStoreRow =
     {1, "action", "vkacmd=getStoreDump", "service_dumpstore", nullptr, "kvda", nullptr, 0, nullptr, kHidden};
+
+// The global table's seventh row: the storage-wide debug pass-through, hidden
+// from the usage help like the controller's; the storage object always
+// allows it.
+constexpr std::array<CLPSNVParamRow, 2> kDebugParams = {{
+    {"NumQXSIFArgs", "NumQXSIFArgs=", kNum,  CLPS_USE_FIXED, "1",     0},
+    {"param0",       "param0=",       kText, CLPS_USE_FIXED, "debug", 0},
+}};
 
 constexpr std::array<CLPSNVActionRow, 7> kGlobalTable = {{
     {1, "action", "vkacmd=setnonzorncertifiedmode",                  "setnonzorncertifiedmode",                  nullptr, "kvda", kModeParams.data(),       kModeParams.size(),       nullptr, 0},
@@ -97,7 +103,7 @@ constexpr std::array<CLPSNVActionRow, 7> kGlobalTable = {{
     {1, "action", "vkacmd=setEnclosureDisableSTS",                   "disablests",                               nullptr, "kvda", nullptr,                  0,                        nullptr, 0},
     {1, "action", "vkacmd=setProtectionPolicies",                    "setprotectionpolicies",                    nullptr, "kvda", kProtectionParams.data(), kProtectionParams.size(), nullptr, 0},
     {1, "action", "vkacmd=setRemainingRatedWriteEnduranceThreshold", "setremainingratedwriteendurancethreshold", nullptr, "kvda", kThresholdParams.data(),  kThresholdParams.size(),  nullptr, 0},
-    kDumpStoreRow,
+    {1, "action", "vkacmd=sendPassThruCmdToQXSIF",                   "debug",                                    nullptr, "kvda", kDebugParams.data(),      kDebugParams.size(),      nullptr, kHidden},
 }};
 
 // ---- the service actions, one table each ------------------------------------------

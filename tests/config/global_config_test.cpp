@@ -99,6 +99,20 @@ TEST_F(GlobalConfigTest, DumpStoreAsksForTheStoreWithoutChecks) {
     EXPECT_EQ(estate.requests, std::vector<Strings>{{"vkacmd=getStoreDump"}});
 }
 
+TEST_F(GlobalConfigTest, DebugIsAlwaysAllowedAndHidden) {
+    // Masks that allow nothing: the storage object allows debug all the same.
+    Root(0, 0);
+    const auto r = Run("vkconfig storage globalinfo action=debug");
+    EXPECT_TRUE(Sent(r.get())) << RefusalOf(r.get());
+    ASSERT_FALSE(estate.requests.empty());
+    EXPECT_EQ(estate.requests.back(),
+              (Strings{"vkacmd=sendPassThruCmdToQXSIF", "NumQXSIFArgs=1", "param0=debug"}));
+    const auto usage = Run("vkconfig storage globalinfo -?");
+    ASSERT_NE(usage, nullptr);
+    ASSERT_NE(usage->pUsageXML, nullptr);
+    EXPECT_EQ(std::string(usage->pUsageXML).find("debug"), std::string::npos);
+}
+
 TEST_F(GlobalConfigTest, UsageListsSettingsOnly) {
     const auto r = Run("vkconfig storage globalinfo -?");
     ASSERT_NE(r, nullptr);
