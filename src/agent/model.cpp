@@ -12,17 +12,23 @@ const std::string* Object::find(std::string_view tag) const {
     return nullptr;
 }
 
+const std::string* Object::value(std::string_view tag) const {
+    if (!overrides.empty()) {
+        auto o = overrides.find(tag);
+        if (o != overrides.end()) return &o->second;
+    }
+    return find(tag);
+}
+
 std::string Object::get(std::string_view tag) const {
-    auto o = overrides.find(std::string(tag));
-    if (o != overrides.end()) return o->second;
-    const std::string* v = find(tag);
+    const std::string* v = value(tag);
     return v ? *v : std::string();
 }
 
 long long Object::num(std::string_view tag) const {
-    std::string v = get(tag);
+    const std::string* v = value(tag);
     long long n = 0;
-    std::from_chars(v.data(), v.data() + v.size(), n);
+    if (v) std::from_chars(v->data(), v->data() + v->size(), n);
     return n;
 }
 
@@ -188,9 +194,12 @@ DiskSummary summarize(const Estate& estate, int64_t ctrl) {
         s.ready |= st == state::kReady;
         s.foreign |= st == state::kForeign;
         s.nonRaid |= st == state::kNonRaid;
-        if (st == state::kReady && !s.readyFree)
-            s.readyFree = !(fromMask(d->get("AttributesMask")) &
+        if (st == state::kReady && !s.readyFree) {
+            const std::string* attrs = d->value("AttributesMask");
+            s.readyFree = !(fromMask(attrs ? *attrs : std::string_view()) &
                             (diskattr::kGlobalHotSpare | diskattr::kDedicatedHotSpare));
+        }
+        if (s.ready && s.foreign && s.nonRaid && s.readyFree) break;  // nothing left to learn
     }
     return s;
 }

@@ -156,9 +156,12 @@ struct Object {
     int64_t parent = 0;
     std::string addr;  // the address users type, unique per kind and controller
     Props props;
-    std::map<std::string, std::string> overrides;
+    std::map<std::string, std::string, std::less<>> overrides;
 
     const std::string* find(std::string_view tag) const;
+    // The value answered for tag: an override, else the property; null when
+    // absent. No copy: mask derivation reads dozens of tags per object.
+    const std::string* value(std::string_view tag) const;
     std::string get(std::string_view tag) const;  // empty when absent
     long long num(std::string_view tag) const;    // 0 when absent or not a number
     void set(std::string_view tag, std::string value);
