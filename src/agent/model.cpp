@@ -54,6 +54,8 @@ std::string addrKey(std::string_view kind, int64_t ctrl, std::string_view addr) 
     key += addr;
     return key;
 }
+DiskSummary summarize(const Estate& estate, int64_t ctrl);  // below, with the mask rules
+
 }  // namespace
 
 void Estate::index() {
@@ -92,6 +94,7 @@ Estate& Estate::operator=(const Estate& other) {
 }
 
 Object& Estate::add(std::string_view k, int64_t ctrl, int64_t parent, std::string addr) {
+    summaries_.clear();
     for (const Object& o : objects) nextOid = std::max(nextOid, o.oid + 1);
     Object o;
     o.oid = nextOid++;
@@ -113,6 +116,7 @@ Object& Estate::add(std::string_view k, int64_t ctrl, int64_t parent, std::strin
 }
 
 bool Estate::remove(int64_t oid) {
+    summaries_.clear();
     auto it =
         std::find_if(objects.begin(), objects.end(), [&](const Object& o) { return o.oid == oid; });
     if (it == objects.end()) return false;
@@ -127,6 +131,7 @@ const Object* Estate::byOid(int64_t oid) const {
 }
 
 Object* Estate::edit(int64_t oid) {
+    summaries_.clear();
     auto it = byOid_.find(oid);
     return it == byOid_.end() ? nullptr : &objects[it->second];
 }
@@ -151,6 +156,12 @@ std::vector<const Object*> Estate::children(std::string_view kind, int64_t paren
     for (const auto& o : objects)
         if (o.kind == kind && o.parent == parent) out.push_back(&o);
     return out;
+}
+
+const DiskSummary& Estate::diskSummary(int64_t ctrl) const {
+    auto it = summaries_.find(ctrl);
+    if (it == summaries_.end()) it = summaries_.emplace(ctrl, summarize(*this, ctrl)).first;
+    return it->second;
 }
 
 const RaidLayout* findLayout(long long code) {
@@ -183,10 +194,6 @@ uint32_t fromMask(std::string_view text) {
 namespace {
 
 // What a controller's rules need to know about its disks, gathered in one pass.
-struct DiskSummary {
-    bool readyFree = false, ready = false, foreign = false, nonRaid = false;
-};
-
 DiskSummary summarize(const Estate& estate, int64_t ctrl) {
     DiskSummary s;
     for (const Object* d : estate.of(kind::kDisk, ctrl)) {
@@ -478,7 +485,7 @@ Props effectiveProps(const Estate& estate, const Object& obj) {
                              ? estate.find(kind::kController, obj.ctrl, std::to_string(obj.ctrl))
                              : nullptr;
     Ctx ctx{estate, obj, ctrl,
-            obj.kind == kind::kController ? summarize(estate, obj.ctrl) : DiskSummary{}};
+            obj.kind == kind::kController ? estate.diskSummary(obj.ctrl) : DiskSummary{}};
     std::array<uint32_t, 2> master{}, current{};
     bool any[2] = {false, false};
     for (const Rule& r : kRules) {

@@ -168,6 +168,11 @@ struct Object {
     void erase(std::string_view tag);
 };
 
+// What the method masks of a controller need to know of its disks.
+struct DiskSummary {
+    bool readyFree = false, ready = false, foreign = false, nonRaid = false;
+};
+
 class Estate {
   public:
     std::vector<Object> objects;  // in insertion order: the order of every list
@@ -196,9 +201,14 @@ class Estate {
     std::vector<const Object*> all(std::string_view kind) const;
     std::vector<const Object*> of(std::string_view kind, int64_t ctrl) const;
     std::vector<const Object*> children(std::string_view kind, int64_t parent) const;
+    // The summary of a controller's disks, kept until the estate is changed
+    // through add, remove or edit: answering a controller must not walk a
+    // thousand disks every time.
+    const DiskSummary& diskSummary(int64_t ctrl) const;
 
   private:
     void indexOne(size_t i);
+    mutable std::unordered_map<int64_t, DiskSummary> summaries_;
     std::unordered_map<int64_t, size_t> byOid_;
     std::unordered_map<std::string, size_t> byAddr_;
     // Objects by kind, and by kind and controller, in list order.
