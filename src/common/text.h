@@ -21,10 +21,15 @@ constexpr bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
     return true;
 }
 
-// Appends text with the five XML special characters escaped.
+// Appends text with the five XML special characters escaped; plain runs are
+// appended whole (answers are mostly plain text).
 inline void AppendXmlEscaped(std::string& out, std::string_view text) {
-    for (const char c : text) {
-        switch (c) {
+    std::size_t start = 0;
+    while (start < text.size()) {
+        const std::size_t special = text.find_first_of("&<>\"'", start);
+        out.append(text.substr(start, special - start));
+        if (special == std::string_view::npos) return;
+        switch (text[special]) {
             case '&':
                 out += "&amp;";
                 break;
@@ -37,12 +42,10 @@ inline void AppendXmlEscaped(std::string& out, std::string_view text) {
             case '"':
                 out += "&quot;";
                 break;
-            case '\'':
-                out += "&apos;";
-                break;
             default:
-                out += c;
+                out += "&apos;";
         }
+        start = special + 1;
     }
 }
 
