@@ -22,6 +22,9 @@ constexpr size_t kRootSize = 512;
 constexpr size_t kLineSize = 256;
 constexpr int kSettingsLines = 6;
 
+// Paths use this system's separator: the working directory's file is
+// "./name" and the root's is "root/name". The host always sets SystemRoot,
+// so the unset case ("/name") only reaches programs that load us on their own.
 constexpr const char* kFallbackPrefix = "./";
 constexpr const char* kSeparator = "/";
 
