@@ -38,7 +38,6 @@ constexpr uint32_t kNum = CLPS_VT_UINT;
 constexpr uint32_t kDisk = CLPS_VT_DISK;
 constexpr uint32_t kDiskList = CLPS_VT_DISK_LIST;
 constexpr const char* kDiskForm = "5:31,1:4:31";
-constexpr const char* kAgent = "kvda";
 
 // clang-format off
 constexpr std::array kADiskStandard = {  // L1
@@ -79,11 +78,7 @@ constexpr std::array kDiskCache = {  // L7
 };
 // clang-format on
 
-template <std::size_t N>
-constexpr CLPSNVActionRow Action(const char* keyword, const char* request,
-                                 const std::array<CLPSNVParamRow, N>& params) {
-    return {1, "action", request, keyword, nullptr, kAgent, params.data(), N, nullptr, 0};
-}
+using config::Action;
 
 // clang-format off
 constexpr std::array kADiskTable = {
