@@ -62,9 +62,8 @@ constexpr int32_t kSpinUpNeedsStart     = 1751;
 constexpr int32_t kBadNrDiskCache       = 1775;
 constexpr int32_t kSameNrDiskCache      = 1776;
 
-// Bits of the controller's AttributesMask and AttributesMask1.
-constexpr uint32_t kAttrSecureCapable   = 1u << 23;
-constexpr uint32_t kAttrKeyPresent      = 1u << 24;
+// Bits of the controller's AttributesMask and AttributesMask1 (the secure bits
+// are in controller_internal.h).
 constexpr uint32_t kAttrKeyManagement   = 1u << 29;
 constexpr uint32_t kAttr1FlagA          = 1u << 8;
 constexpr uint32_t kAttr1FlagB          = 1u << 0;

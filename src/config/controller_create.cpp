@@ -47,9 +47,8 @@ constexpr int32_t kNoSpanData         = 1763;
 constexpr int32_t kBadPiFlag          = 1764;
 constexpr int32_t kNoPiSupport        = 1765;
 
-// Bits of the controller's AttributesMask.
-constexpr uint32_t kAttrSecureCapable = 1u << 23;
-constexpr uint32_t kAttrKeyPresent    = 1u << 24;
+// Bits of the controller's AttributesMask (the secure bits are in
+// controller_internal.h).
 constexpr uint32_t kAttrNoCreation    = 1u << 26;
 constexpr uint32_t kAttrCachecade     = 1u << 30;
 constexpr uint32_t kAttrPiCapable     = 1u << 31;

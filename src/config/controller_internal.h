@@ -29,6 +29,10 @@ struct ControllerFacts {
     bool flagB = false;   // bit 0 of AttributesMask1: power settings go together
 };
 
+// Bits of the controller's AttributesMask that both sources test.
+inline constexpr uint32_t kAttrSecureCapable = 1u << 23;
+inline constexpr uint32_t kAttrKeyPresent = 1u << 24;
+
 // The user's keyword equals word, ignoring case (null never equals).
 bool Is(const char* value, const char* word);
 // A binary mask tag of the controller ("AttributesMask"); empty when it
