@@ -52,11 +52,12 @@ constexpr uint32_t kControllerListSize = 256;
 constexpr uint32_t kEnclosureListSize = 256;
 constexpr uint32_t kBatteryListSize = 225;
 
-// The user's words and the two error texts of one callback call.
+// One callback call, traced from entry to exit: the user's words and the two
+// error texts.
 class Check {
   public:
-    Check(uint32_t count, const char** words, char* err1, char* err2)
-        : count_(count), words_(words), err1_(err1), err2_(err2) {}
+    Check(const char* name, uint32_t count, const char** words, char* err1, char* err2)
+        : trace_(name), count_(count), words_(words), err1_(err1), err2_(err2) {}
 
     const char* Get(const char* name) const {
         return OCSGetAStrParamValueByAStrName(count_, words_, name, 1);
@@ -69,6 +70,7 @@ class Check {
     }
 
   private:
+    da::ScopedFunctionTrace trace_;
     uint32_t count_;
     const char** words_;
     char* err1_;
@@ -93,29 +95,55 @@ int32_t TestControllerWithSize(const Check& c, const char* controller) {
     return 0;
 }
 
-int32_t TestConnector(const Check& c, const char* connector, const char* controller) {
-    if (connector == nullptr) return 0;
+// A validator of an object of the controller, filling the valid ones.
+using ListValidator = int32_t (*)(const char*, const char*, std::string&);
+// A disk validator, which also counts the disks it lists.
+using DiskValidator = int32_t (*)(const char*, const char*, std::string&, int32_t, uint32_t*);
+
+// 0 when id is not given or validate finds it among the controller's objects,
+// else refusal with id and the valid ones.
+int32_t TestListed(const Check& c, const char* id, const char* controller, ListValidator validate,
+                   int32_t refusal) {
+    if (id == nullptr) return 0;
     std::string valid;
-    if (IsUserChannelIdValid(connector, controller, valid) != 0)
-        return c.Refuse(kBadConnector, connector, valid);
+    if (validate(id, controller, valid) != 0) return c.Refuse(refusal, id, valid);
     return 0;
 }
 
-int32_t TestVirtualDisk(const Check& c, const char* vdisk, const char* controller) {
-    if (vdisk == nullptr) return 0;
+int32_t TestConnector(const Check& c, const char* connector, const char* controller) {
+    return TestListed(c, connector, controller, IsUserChannelIdValid, kBadConnector);
+}
+
+// As TestListed, but a controller with none of the objects is refused with
+// none and the controller instead.
+int32_t TestListedOrNone(const Check& c, const char* id, const char* controller,
+                         ListValidator validate, int32_t refusal, int32_t none) {
+    if (id == nullptr) return 0;
     std::string valid;
-    if (IsUserVirtualDiskIdValid(vdisk, controller, valid) == 0) return 0;
-    if (valid.empty())
-        return c.Refuse(kNoVirtualDisks, controller != nullptr ? controller : "", "");
-    return c.Refuse(kBadVirtualDisk, vdisk, valid);
+    if (validate(id, controller, valid) == 0) return 0;
+    if (valid.empty()) return c.Refuse(none, controller != nullptr ? controller : "", "");
+    return c.Refuse(refusal, id, valid);
+}
+
+int32_t TestVirtualDisk(const Check& c, const char* vdisk, const char* controller) {
+    return TestListedOrNone(c, vdisk, controller, IsUserVirtualDiskIdValid, kBadVirtualDisk,
+                            kNoVirtualDisks);
 }
 
 int32_t TestCachecade(const Check& c, const char* cachecade, const char* controller) {
-    if (cachecade == nullptr) return 0;
+    return TestListedOrNone(c, cachecade, controller, IsUserCachecadeIdValid, kBadCachecade,
+                            kNoCachecades);
+}
+
+// A disk or tape drive: with none listed, the valid text says so.
+int32_t TestDisk(const Check& c, const char* id, const char* controller, DiskValidator validate,
+                 int32_t refusal, const char* noneText) {
+    if (id == nullptr) return 0;
     std::string valid;
-    if (IsUserCachecadeIdValid(cachecade, controller, valid) == 0) return 0;
-    if (valid.empty()) return c.Refuse(kNoCachecades, controller != nullptr ? controller : "", "");
-    return c.Refuse(kBadCachecade, cachecade, valid);
+    uint32_t count = 0;
+    if (validate(id, controller, valid, 0, &count) != 0)
+        return c.Refuse(refusal, id, valid.empty() ? noneText : valid);
+    return 0;
 }
 
 int32_t TestEnclosure(const Check& c, const char* enclosure, const char* controller) {
@@ -155,18 +183,13 @@ VK_REPORT_CHECK(CheckAcceptAll) {
 }
 
 VK_REPORT_CHECK(CheckDisks) {
-    da::ScopedFunctionTrace trace("CheckDisks");
-    const Check c(userCount, userWords, errText1, errText2);
+    const Check c("CheckDisks", userCount, userWords, errText1, errText2);
     const char* controller = c.Get("controller");
     if (int32_t r = TestController(c, controller)) return r;
     const char* disk = c.Get("adisk");
     if (disk == nullptr) disk = c.Get("pdisk");
-    if (disk != nullptr) {
-        std::string valid;
-        uint32_t count = 0;
-        if (IsUserArrayDiskIdValid(disk, controller, valid, 0, &count) != 0)
-            return c.Refuse(kBadDisk, disk, valid.empty() ? kNoDisks : valid);
-    }
+    if (int32_t r = TestDisk(c, disk, controller, IsUserArrayDiskIdValid, kBadDisk, kNoDisks))
+        return r;
     if (int32_t r = TestVirtualDisk(c, c.Get("vdisk"), controller)) return r;
     if (int32_t r = TestCachecade(c, c.Get("cachecade"), controller)) return r;
     if (int32_t r = TestConnector(c, c.Get("connector"), controller)) return r;
@@ -175,23 +198,18 @@ VK_REPORT_CHECK(CheckDisks) {
 }
 
 VK_REPORT_CHECK(CheckTapeDrives) {
-    da::ScopedFunctionTrace trace("CheckTapeDrives");
-    const Check c(userCount, userWords, errText1, errText2);
+    const Check c("CheckTapeDrives", userCount, userWords, errText1, errText2);
     const char* controller = c.Get("controller");
     if (int32_t r = TestController(c, controller)) return r;
-    if (const char* tape = c.Get("tape")) {
-        std::string valid;
-        uint32_t count = 0;
-        if (IsUserTapeDriveIdValid(tape, controller, valid, 0, &count) != 0)
-            return c.Refuse(kBadTapeDrive, tape, valid.empty() ? kNoTapeDrive : valid);
-    }
+    if (int32_t r = TestDisk(c, c.Get("tape"), controller, IsUserTapeDriveIdValid, kBadTapeDrive,
+                             kNoTapeDrive))
+        return r;
     if (int32_t r = TestConnector(c, c.Get("connector"), controller)) return r;
     return kSend;
 }
 
 VK_REPORT_CHECK(CheckBatteries) {
-    da::ScopedFunctionTrace trace("CheckBatteries");
-    const Check c(userCount, userWords, errText1, errText2);
+    const Check c("CheckBatteries", userCount, userWords, errText1, errText2);
     const char* controller = c.Get("controller");
     if (int32_t r = TestControllerWithSize(c, controller)) return r;
     if (const char* battery = c.Get("battery")) {
@@ -208,8 +226,7 @@ VK_REPORT_CHECK(CheckBatteries) {
 }
 
 VK_REPORT_CHECK(CheckConnectors) {
-    da::ScopedFunctionTrace trace("CheckConnectors");
-    const Check c(userCount, userWords, errText1, errText2);
+    const Check c("CheckConnectors", userCount, userWords, errText1, errText2);
     const char* controller = c.Get("controller");
     if (int32_t r = TestController(c, controller)) return r;
     if (int32_t r = TestConnector(c, c.Get("connector"), controller)) return r;
@@ -217,8 +234,7 @@ VK_REPORT_CHECK(CheckConnectors) {
 }
 
 VK_REPORT_CHECK(CheckControllers) {
-    da::ScopedFunctionTrace trace("CheckControllers");
-    const Check c(userCount, userWords, errText1, errText2);
+    const Check c("CheckControllers", userCount, userWords, errText1, errText2);
     const char* info = c.Get("info");
     if (info != nullptr && c.Get("dump") == nullptr) {
         // The info words are compared exactly here.
@@ -231,8 +247,7 @@ VK_REPORT_CHECK(CheckControllers) {
 }
 
 VK_REPORT_CHECK(CheckEnclosures) {
-    da::ScopedFunctionTrace trace("CheckEnclosures");
-    const Check c(userCount, userWords, errText1, errText2);
+    const Check c("CheckEnclosures", userCount, userWords, errText1, errText2);
     const char* controller = c.Get("controller");
     if (int32_t r = TestController(c, controller)) return r;
     const char* enclosure = c.Get("enclosure");
@@ -259,8 +274,7 @@ VK_REPORT_CHECK(CheckEnclosures) {
 }
 
 VK_REPORT_CHECK(CheckCachecades) {
-    da::ScopedFunctionTrace trace("CheckCachecades");
-    const Check c(userCount, userWords, errText1, errText2);
+    const Check c("CheckCachecades", userCount, userWords, errText1, errText2);
     const char* controller = c.Get("controller");
     if (int32_t r = TestController(c, controller)) return r;
     const char* cachecade = c.Get("cachecade");
@@ -279,21 +293,17 @@ VK_REPORT_CHECK(CheckCachecades) {
 }
 
 VK_REPORT_CHECK(CheckNVMeAdapters) {
-    da::ScopedFunctionTrace trace("CheckNVMeAdapters");
-    const Check c(userCount, userWords, errText1, errText2);
+    const Check c("CheckNVMeAdapters", userCount, userWords, errText1, errText2);
     const char* controller = c.Get("controller");
     if (int32_t r = TestController(c, controller)) return r;
-    if (const char* nvmeid = c.Get("nvmeid")) {
-        std::string valid;
-        if (IsUserNVMeChannelIdValid(nvmeid, controller, valid) != 0)
-            return c.Refuse(kBadConnector, nvmeid, valid);
-    }
+    if (int32_t r =
+            TestListed(c, c.Get("nvmeid"), controller, IsUserNVMeChannelIdValid, kBadConnector))
+        return r;
     return kSend;
 }
 
 VK_REPORT_CHECK(CheckVirtualDisks) {
-    da::ScopedFunctionTrace trace("CheckVirtualDisks");
-    const Check c(userCount, userWords, errText1, errText2);
+    const Check c("CheckVirtualDisks", userCount, userWords, errText1, errText2);
     const char* controller = c.Get("controller");
     if (int32_t r = TestController(c, controller)) return r;
     if (int32_t r = TestVirtualDisk(c, c.Get("vdisk"), controller)) return r;
@@ -301,8 +311,7 @@ VK_REPORT_CHECK(CheckVirtualDisks) {
 }
 
 VK_REPORT_CHECK(CheckPCIeSubsystem) {
-    da::ScopedFunctionTrace trace("CheckPCIeSubsystem");
-    const Check c(userCount, userWords, errText1, errText2);
+    const Check c("CheckPCIeSubsystem", userCount, userWords, errText1, errText2);
     // The subsystem is addressed by its controller number.
     if (int32_t r = TestController(c, c.Get("subsystem"))) return r;
     return kSend;
