@@ -2,6 +2,8 @@
 // request and answers each from canned objects set per request name (and,
 // when given, per controller), so a test states exactly the estate its
 // command meets. A request with no canned answer gets an empty success.
+// The fixture that runs command lines through the plug-in's entry point
+// serves the report tests' own agent too.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -50,6 +52,16 @@ inline std::string Mask(uint32_t bits) {
     std::string text;
     for (; bits != 0; bits >>= 1) text.insert(text.begin(), (bits & 1u) != 0 ? '1' : '0');
     return text;
+}
+
+// An answer as the agent hands it over, and its release by the plug-in.
+inline char* Reply(const std::string& answer) {
+    char* data = static_cast<char*>(std::malloc(answer.size() + 1));
+    std::memcpy(data, answer.c_str(), answer.size() + 1);
+    return data;
+}
+inline void FreeReply(void*, char* data) {
+    std::free(data);
 }
 
 class Estate {
@@ -109,12 +121,8 @@ class Estate {
             objects = it->second;
         else if (auto all = self->answers_.find(name); all != self->answers_.end())
             objects = all->second;
-        const std::string answer = objects + "<SMStatus>0</SMStatus>";
-        char* data = static_cast<char*>(std::malloc(answer.size() + 1));
-        std::memcpy(data, answer.c_str(), answer.size() + 1);
-        return data;
+        return Reply(objects + "<SMStatus>0</SMStatus>");
     }
-    static void Free(void*, char* data) { std::free(data); }
 
   private:
     struct Conditional {
@@ -145,12 +153,25 @@ inline Strings Words(const std::string& line) {
     return words;
 }
 
-// Base fixture: installs the estate as "kvda" and runs command lines
-// through the plug-in's entry point.
-class EstateTest : public ::testing::Test {
+// The refusal of a command: its number and two texts.
+struct Refusal {
+    uint32_t msgId = 0;
+    std::string arg1;
+    std::string arg2;
+    bool operator==(const Refusal&) const = default;
+};
+
+inline std::ostream& operator<<(std::ostream& os, const Refusal& r) {
+    return os << r.msgId << " [" << r.arg1 << "] [" << r.arg2 << "]";
+}
+
+// Base fixture: installs an Agent (requests and Send) as "kvda" and
+// runs command lines through the plug-in's entry point.
+template <class Agent>
+class AgentTest : public ::testing::Test {
   public:
     void SetUp() override {
-        ASSERT_EQ(VKDBPluginInstallAgent("kvda", Estate::Send, Estate::Free, &estate), 0);
+        ASSERT_EQ(VKDBPluginInstallAgent("kvda", Agent::Send, FreeReply, &estate), 0);
     }
     void TearDown() override {
         VKDBPluginRemoveAgent("kvda");
@@ -165,13 +186,7 @@ class EstateTest : public ::testing::Test {
         return ResponsePtr(kvclp64_sendRequest(static_cast<uint32_t>(argv.size()), argv.data()));
     }
 
-    // The refusal of a command: its number and two texts.
-    struct Refusal {
-        uint32_t msgId = 0;
-        std::string arg1;
-        std::string arg2;
-        bool operator==(const Refusal&) const = default;
-    };
+    using Refusal = fake::Refusal;
     static Refusal RefusalOf(const CLPSResponse* r) {
         if (r == nullptr || r->kind != CLPS_RESP_MESSAGE) return {};
         return {r->msgId, r->msgArg1 != nullptr ? r->msgArg1 : "",
@@ -179,11 +194,9 @@ class EstateTest : public ::testing::Test {
     }
     static bool Sent(const CLPSResponse* r) { return r != nullptr && r->kind == CLPS_RESP_XML; }
 
-    Estate estate;
+    Agent estate;
 };
 
-inline std::ostream& operator<<(std::ostream& os, const EstateTest::Refusal& r) {
-    return os << r.msgId << " [" << r.arg1 << "] [" << r.arg2 << "]";
-}
+using EstateTest = AgentTest<Estate>;
 
 }  // namespace fake

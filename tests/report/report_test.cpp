@@ -2,40 +2,18 @@
 // serving a small estate: controller 0 with two disks, a tape drive, two
 // virtual disks (the second a cachecade), an enclosure, a battery and an
 // NVMe adapter; controller 1 with one empty connector and nothing else.
-#include <gtest/gtest.h>
-
-#include <cstdlib>
 #include <cstring>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "clps.h"
-#include "kvclp64.h"
-#include "vkdb.h"
+#include "fake_estate.h"
 
 namespace {
 
-using Strings = std::vector<std::string>;
-
-// Only the in-process agent answers: no agent module is found.
-const bool kNoAgentModules = [] {
-    setenv("VK_AGENT_DIR", "/nonexistent/vk-agents", 1);
-    return true;
-}();
-
-using Tags = std::vector<std::pair<std::string, std::string>>;
-
-std::string Objects(const std::vector<Tags>& objects) {
-    std::string xml;
-    for (const Tags& tags : objects) {
-        xml += "<QXStorageObject>";
-        for (const auto& [tag, value] : tags) xml += "<" + tag + ">" + value + "</" + tag + ">";
-        xml += "</QXStorageObject>";
-    }
-    return xml;
-}
+using fake::Objects;
+using fake::ResponsePtr;
+using fake::Strings;
 
 struct Estate {
     std::vector<Strings> requests;
@@ -43,17 +21,10 @@ struct Estate {
     bool slotReportAllowedNow = true;
     bool enclosureMasksUnreadable = false;
 
-    static std::string Pair(const Strings& nv, const std::string& name) {
-        for (const std::string& s : nv) {
-            if (s.rfind(name + "=", 0) == 0) return s.substr(name.size() + 1);
-        }
-        return {};
-    }
-
     // Objects for a request, or null for no answer.
     std::unique_ptr<std::string> Answer(const Strings& nv) {
         const std::string req = nv[0].substr(std::strlen("vkacmd="));
-        const std::string ctrl = Pair(nv, "GlobalNo");
+        const std::string ctrl = fake::Estate::Value(nv, "GlobalNo");
         const bool c0 = ctrl == "0";
         std::string objects;
         if (req == "getControllerList") {
@@ -89,7 +60,7 @@ struct Estate {
             objects = Objects({{{"Channel", "4"}}});
         } else if ((req == "getEnclosureFans" || req == "getEnclosurePowerSupplies" ||
                     req == "getEnclosureEMMs" || req == "getEnclosureTemperatureProbes") &&
-                   c0 && Pair(nv, "Enclosure") == "0:1") {
+                   c0 && fake::Estate::Value(nv, "Enclosure") == "0:1") {
             objects = Objects({{{"Index", "0"}}, {{"Index", "1"}}});
         } else {
             objects = Objects({{{"Req", req}}});
@@ -101,52 +72,11 @@ struct Estate {
         auto* self = static_cast<Estate*>(context);
         self->requests.emplace_back(nvPairs, nvPairs + count);
         const auto answer = self->Answer(self->requests.back());
-        if (!answer) return nullptr;
-        char* data = static_cast<char*>(std::malloc(answer->size() + 1));
-        std::memcpy(data, answer->c_str(), answer->size() + 1);
-        return data;
+        return answer ? fake::Reply(*answer) : nullptr;
     }
-    static void Free(void*, char* data) { std::free(data); }
 };
 
-struct ResponseDeleter {
-    void operator()(CLPSResponse* r) const { kvclp64_freeResponse(r); }
-};
-using ResponsePtr = std::unique_ptr<CLPSResponse, ResponseDeleter>;
-
-// "vkreport storage pdisk controller=0" as the host hands it over.
-Strings Words(const std::string& line) {
-    Strings words;
-    size_t start = 0;
-    while (start < line.size()) {
-        size_t end = line.find(' ', start);
-        if (end == std::string::npos) end = line.size();
-        if (end > start) words.push_back(line.substr(start, end - start));
-        start = end + 1;
-    }
-    return words;
-}
-
-class ReportTest : public ::testing::Test {
-  public:
-    void SetUp() override {
-        ASSERT_EQ(VKDBPluginInstallAgent("kvda", Estate::Send, Estate::Free, &estate_), 0);
-    }
-    void TearDown() override {
-        VKDBPluginRemoveAgent("kvda");
-        CLPSSetHostFlags(0);
-    }
-
-    ResponsePtr Run(const std::string& line) {
-        estate_.requests.clear();
-        const Strings words = Words(line);
-        std::vector<const char*> argv;
-        for (const std::string& w : words) argv.push_back(w.c_str());
-        return ResponsePtr(kvclp64_sendRequest(static_cast<uint32_t>(argv.size()), argv.data()));
-    }
-
-    Estate estate_;
-};
+using ReportTest = fake::AgentTest<Estate>;
 
 // ---- one case per report row -------------------------------------------------------
 struct RowCase {
@@ -327,9 +257,9 @@ TEST_F(ReportTest, EachReportRowSendsItsRequestWithItsStyleSheet) {
         ASSERT_NE(r, nullptr);
         EXPECT_EQ(r->kind, CLPS_RESP_XML) << (r->msgArg1 != nullptr ? r->msgArg1 : "") << " / "
                                           << (r->msgArg2 != nullptr ? r->msgArg2 : "");
-        ASSERT_GE(estate_.requests.size(), c.sent.size());
-        const std::vector<Strings> last(estate_.requests.end() - static_cast<long>(c.sent.size()),
-                                        estate_.requests.end());
+        ASSERT_GE(estate.requests.size(), c.sent.size());
+        const std::vector<Strings> last(estate.requests.end() - static_cast<long>(c.sent.size()),
+                                        estate.requests.end());
         EXPECT_EQ(last, c.sent);
         EXPECT_STREQ(r->pStyleSheet != nullptr ? r->pStyleSheet : "", c.styleSheet.c_str());
         ASSERT_NE(r->pDataBuf, nullptr);
@@ -342,7 +272,7 @@ TEST_F(ReportTest, DumpReturnsNothingForTheCacheAndPCIeReports) {
          {"vkreport storage tarncache dump=x", "vkreport storage tarncachepool dump=x",
           "vkreport storage pciessd dump=all", "vkreport storage tarncachedisk dump=x"}) {
         EXPECT_EQ(Run(line), nullptr) << line;
-        EXPECT_TRUE(estate_.requests.empty()) << line;
+        EXPECT_TRUE(estate.requests.empty()) << line;
     }
 }
 
@@ -444,14 +374,14 @@ TEST_F(ReportTest, SlotReportFollowsTheEnclosureMethodMasks) {
         {true, true, true, 1655},
     };
     for (const auto& c : cases) {
-        estate_.slotReportSupported = c.supported;
-        estate_.slotReportAllowedNow = c.allowedNow;
-        estate_.enclosureMasksUnreadable = c.unreadable;
+        estate.slotReportSupported = c.supported;
+        estate.slotReportAllowedNow = c.allowedNow;
+        estate.enclosureMasksUnreadable = c.unreadable;
         ResponsePtr r = Run(line);
         ASSERT_NE(r, nullptr);
         if (c.msgId == 0) {
             EXPECT_EQ(r->kind, CLPS_RESP_XML);
-            EXPECT_EQ(estate_.requests.back()[0], "vkacmd=getSlotReportForEnclosure");
+            EXPECT_EQ(estate.requests.back()[0], "vkacmd=getSlotReportForEnclosure");
         } else {
             EXPECT_EQ(r->msgId, c.msgId);
             EXPECT_STREQ(r->msgArg1, "PDSlotReport");
@@ -467,8 +397,8 @@ TEST_F(ReportTest, DryRunValidatesButSendsNoReport) {
     ASSERT_EQ(r->requestCount, 3u);
     EXPECT_STREQ(r->ppRequest[0], "vkacmd=getArrayDisk");
     // The check's own queries ran; the report request did not go out.
-    EXPECT_FALSE(estate_.requests.empty());
-    for (const Strings& sent : estate_.requests) EXPECT_NE(sent[0], "vkacmd=getArrayDisk");
+    EXPECT_FALSE(estate.requests.empty());
+    for (const Strings& sent : estate.requests) EXPECT_NE(sent[0], "vkacmd=getArrayDisk");
 }
 
 TEST_F(ReportTest, ReportUsageComesFromTheTable) {
@@ -489,7 +419,7 @@ TEST_F(ReportTest, AlertLogAlwaysNamesTheFixedFile) {
         ResponsePtr r = Run(line);
         const std::string out = testing::internal::GetCapturedStdout();
         ASSERT_NE(r, nullptr) << line;
-        EXPECT_EQ(estate_.requests, (std::vector<Strings>{{"vkacmd=getAlertLog"}}));
+        EXPECT_EQ(estate.requests, (std::vector<Strings>{{"vkacmd=getAlertLog"}}));
         EXPECT_EQ(r->dataType, CLPS_DATATYPE_TEXT);
         EXPECT_STREQ(r->pDataBuf, "C:\\WINNT\\bev.xml");
         EXPECT_EQ(r->dataLen, 17u);
@@ -511,7 +441,7 @@ TEST_F(ReportTest, AlertLogHelpAndExtraArguments) {
     ASSERT_NE(extra, nullptr);
     EXPECT_EQ(extra->msgId, static_cast<uint32_t>(CLPS_MSG_UNEXPECTED_PARAM));
     EXPECT_STREQ(extra->msgArg1, "count=5");
-    EXPECT_TRUE(estate_.requests.empty());
+    EXPECT_TRUE(estate.requests.empty());
 
     // Without the agent there is no answer at all, not even help.
     VKDBPluginRemoveAgent("kvda");
