@@ -307,17 +307,13 @@ TEST_F(ArrayDisksConfigTest, DryRunChecksButSendsNothing) {
     const auto r = Run("vkconfig storage pdisk action=clear controller=0 pdisk=0:1");
     ASSERT_NE(r, nullptr);
     ASSERT_EQ(r->kind, static_cast<uint32_t>(CLPS_RESP_DRYRUN));
-    const Strings planned(r->ppRequest, r->ppRequest + r->requestCount);
+    const Strings planned = Planned(r.get());
     EXPECT_EQ(planned,
               (Strings{"vkacmd=setArrayDiskClear", "GlobalNo=0", "adisk=0:1", "Property=13"}));
     EXPECT_TRUE(estate.Changes().empty());
     const auto refused = Run("vkconfig storage pdisk action=clear controller=5 pdisk=0:1");
     EXPECT_EQ(RefusalOf(refused.get()).msgId, 1600u);
 }
-
-}  // namespace
-
-namespace {
 
 TEST_F(ArrayDisksConfigTest, UsageAndActionListsFollowEachTable) {
     const auto adisk = Run("vkconfig storage adisk action=nosuch controller=0");

@@ -193,6 +193,10 @@ class AgentTest : public ::testing::Test {
                 r->msgArg2 != nullptr ? r->msgArg2 : ""};
     }
     static bool Sent(const CLPSResponse* r) { return r != nullptr && r->kind == CLPS_RESP_XML; }
+    // The requests a dry run lists instead of sending them.
+    static Strings Planned(const CLPSResponse* r) {
+        return Strings(r->ppRequest, r->ppRequest + r->requestCount);
+    }
 
     Agent estate;
 };

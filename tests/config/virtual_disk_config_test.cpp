@@ -282,15 +282,11 @@ TEST_F(VirtualDiskConfigTest, DryRunShowsTheRewrittenSizeAndSendsNothing) {
     const auto r = Run(std::string(kVd) + "action=reconfigure raid=r5 size=1m");
     ASSERT_NE(r, nullptr);
     ASSERT_EQ(r->kind, static_cast<uint32_t>(CLPS_RESP_DRYRUN)) << RefusalOf(r.get());
-    const Strings planned(r->ppRequest, r->ppRequest + r->requestCount);
+    const Strings planned = Planned(r.get());
     EXPECT_EQ(planned, (Strings{"vkacmd=setVDReconfigure", "GlobalNo=0", "LogicalDriveNum=0",
                                 "Layout=64", "Length=1048576"}));
     EXPECT_TRUE(estate.Changes().empty());
 }
-
-}  // namespace
-
-namespace {
 
 TEST_F(VirtualDiskConfigTest, UsageAndActionListFollowTheTable) {
     const auto r = Run("vkconfig storage vdisk action=nosuch");
