@@ -383,6 +383,10 @@ int32_t Check(const ObjectKind& kind, const da::Request& request, const char* ac
                        if (row != nullptr && row->masks == Masks::kAlways) {
                            SetOutputs(supported, current, {1, 1});
                        }
+                       // The device name read stays empty too, so any name differs.
+                       if (deviceName != nullptr && *deviceName != '\0') {
+                           return st::kDeviceNameMismatch;
+                       }
                        return listRequired ? st::kNoSuchPartition : st::kOk;
                    }
                    ObjectMasks m;

@@ -177,6 +177,10 @@ TEST(VirtualDiskMasks, DeviceNamePartitionAndLunStatuses) {
     o.rc = IsUserOperationValidForVirtualDisk("reactivate", "0", "1", &o.supported, &o.current,
                                               "/dev/sdc");
     EXPECT_EQ(o, (Outputs{1756, 0x80000000, 0x80000000}));  // bits set first
+    // A virtual disk that is not there has no device name: any name differs.
+    o.rc = IsUserOperationValidForVirtualDisk("reactivate", "0", "7", &o.supported, &o.current,
+                                              "/dev/sdb");
+    EXPECT_EQ(o, (Outputs{1756, 0, 0}));
     o.rc = IsUserOperationValidForPartition("enabletarncache", "0", "1", "/dev/sdb1", &o.supported,
                                             &o.current);
     EXPECT_EQ(o, (Outputs{0, 0x20000000, 0}));
