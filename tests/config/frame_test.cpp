@@ -595,7 +595,11 @@ TEST_F(FrameTest, ReportRefusals) {
         {{"speed=1"}, 1501, "speed", "controller, vdisk, info, index"},
         {{"info=temps"}, 1500, "controller", kNumber},
         {{"controller=0", "info=xyz"}, 1502, "info=xyz", "temps, fans"},
-        {{"controller=0", "info=temps", "index=7"}, 1503, "index=7", "a number from 0 to 6"},
+        // A report row's "6" is a format pattern, not a limit: only the shape counts.
+        {{"controller=0", "info=temps", "index=x7"},
+         1503,
+         "index=x7",
+         "a number from 0 to 4294967295"},
         {{"controller=0", "vdisk=1", "info=temps"},
          1506,
          "vkreport storage rep",

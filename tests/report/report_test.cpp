@@ -326,6 +326,9 @@ TEST_F(ReportTest, CheckCallbacksRefuseWithTheirNumbersAndTexts) {
         {"vkreport storage enclosure controller=1 enclosure=0:1", 1605, "0:1", kNoEnclosures},
         {"vkreport storage enclosure controller=0 enclosure=0:1 info=fans index=5", 1616, "5",
          "0, 1"},
+        // Indexes past 6 reach the enclosure's own check (shelves have many fans).
+        {"vkreport storage enclosure controller=0 enclosure=0:1 info=fans index=12", 1616, "12",
+         "0, 1"},
         {"vkreport storage enclosure controller=0 enclosure=0:1 info=pwrsupplies index=5", 1618,
          "5", "0, 1"},
         {"vkreport storage enclosure controller=0 enclosure=0:1 info=emms index=5", 1619, "5",

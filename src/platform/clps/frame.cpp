@@ -241,8 +241,15 @@ std::optional<Refusal> PrepareRow(const CLPSNVActionRow& row, const Command& cmd
         }
         if (keywordMatched) continue;
         if (typed != nullptr) {
-            if (!fr::IsValueOfType(*typed, w.value))
-                return Refusal{CLPS_MSG_BAD_VALUE, pair, fr::DescribeForm(*typed)};
+            CLPSNVParamRow checked = *typed;
+            // A report row's number carries a format pattern ("6" for an
+            // index), not a limit: an enclosure may have more than seven fans.
+            const bool number = checked.valueType == CLPS_VT_UINT ||
+                                checked.valueType == CLPS_VT_SMALL_UINT ||
+                                checked.valueType == CLPS_VT_RATE;
+            if (row.kind != 1 && number) checked.pMatchValue = nullptr;
+            if (!fr::IsValueOfType(checked, w.value))
+                return Refusal{CLPS_MSG_BAD_VALUE, pair, fr::DescribeForm(checked)};
             continue;
         }
         if (hasKeywords) {
