@@ -6,8 +6,10 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
+#include "da.h"
 #include "kvsup.h"
 
 namespace kvsup::detail {
@@ -37,6 +39,16 @@ Value ValueFor(std::span<const KeywordRow<Value>> rows, std::string_view keyword
         }
     }
     return none;
+}
+
+// The value-to-keyword readers: entry and exit lines with their own name,
+// the keyword (empty when the value has none) and 0.
+template <typename Value>
+int32_t TracedKeywordFor(const char* name, std::span<const KeywordRow<Value>> rows, Value value,
+                         std::string& out) {
+    da::ScopedFunctionTrace trace(name);
+    out = KeywordFor(rows, value);
+    return 0;
 }
 
 }  // namespace kvsup::detail

@@ -75,9 +75,7 @@ constexpr Row kDiskCachePolicies[] = {
 // clang-format on
 
 int32_t Lookup(const char* name, std::span<const Row> rows, uint32_t value, std::string& out) {
-    da::ScopedFunctionTrace trace(name);
-    out = kvsup::detail::KeywordFor(rows, value);
-    return 0;
+    return kvsup::detail::TracedKeywordFor(name, rows, value, out);
 }
 
 }  // namespace

@@ -26,9 +26,7 @@ constexpr Row kPresentDiskCache[] = {{2, "enabled"},   {4, "disabled"}, {8, "def
 // clang-format on
 
 int32_t Lookup(const char* name, std::span<const Row> rows, int32_t value, std::string& out) {
-    da::ScopedFunctionTrace trace(name);
-    out = KeywordFor(rows, value);
-    return 0;
+    return kvsup::detail::TracedKeywordFor(name, rows, value, out);
 }
 
 // One tag of the controller as a number: the value (0 when missing), -1 no
