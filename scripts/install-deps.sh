@@ -1,9 +1,22 @@
 #!/usr/bin/env bash
-# Installs the Debian 12 packages the build and the tests need.
+# Installs the Debian 12 packages a task needs: the build and its tests by
+# default, more when groups are named (scripts/install-deps.sh ansible ...).
 set -euo pipefail
-pkgs=(build-essential cmake ninja-build pkg-config git
-      libxml2-dev libxslt1-dev libsqlite3-dev nlohmann-json3-dev
-      libgtest-dev libgmock-dev googletest libbenchmark-dev clang-format)
+
+declare -A groups=(
+  [build]="build-essential cmake ninja-build pkg-config git ccache
+           libxml2-dev libxslt1-dev libsqlite3-dev nlohmann-json3-dev
+           libgtest-dev libgmock-dev googletest libbenchmark-dev clang-format"
+)
+
+want=(build "$@")
+pkgs=()
+for g in "${want[@]}"; do
+  [ -n "${groups[$g]+x}" ] || { echo "install-deps: unknown group '$g' (known: ${!groups[*]})" >&2; exit 2; }
+  read -r -a more <<<"${groups[$g]//$'\n'/ }"
+  pkgs+=("${more[@]}")
+done
+
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
@@ -12,5 +25,5 @@ if [ ${#missing[@]} -gt 0 ]; then
   sudo_cmd=""
   [ "$(id -u)" -eq 0 ] || sudo_cmd="sudo"
   $sudo_cmd apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $sudo_cmd apt-get install -y -qq "${missing[@]}"
+  DEBIAN_FRONTEND=noninteractive $sudo_cmd apt-get install -y -qq --no-install-recommends "${missing[@]}"
 fi
