@@ -1,9 +1,11 @@
 // Usage help, argument checks, requests to a data agent and host settings.
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "clps.h"
 #include "clps_util.h"
@@ -23,10 +25,32 @@ struct AgentData {
     char* data;
     AgentData(const AgentData&) = delete;
     AgentData& operator=(const AgentData&) = delete;
-    ~AgentData() {
+    ~AgentData() { Release(); }
+    void Release() {
         if (data != nullptr) VKDBPluginFreeData(id, data);
+        data = nullptr;
     }
 };
+
+// Makes the response's data the answer inside one root element, so the host
+// always gets one well-formed document. The answer is copied once, straight
+// into the response's buffer.
+bool WrapAnswer(CLPSResponse* resp, std::string_view answer, const char* element) {
+    const std::string_view name = element != nullptr ? element : "";
+    const std::string open = name.empty() ? "" : "<" + std::string(name) + ">";
+    const std::string close = name.empty() ? "" : "</" + std::string(name) + ">";
+    const size_t length = open.size() + answer.size() + close.size();
+    auto* text = static_cast<char*>(OCSAllocMem(length + 1));
+    if (text == nullptr) return false;
+    char* at = std::copy(open.begin(), open.end(), text);
+    at = std::copy(answer.begin(), answer.end(), at);
+    at = std::copy(close.begin(), close.end(), at);
+    *at = '\0';
+    OCSFreeMem(resp->pDataBuf);
+    resp->pDataBuf = text;
+    resp->dataLen = static_cast<uint32_t>(length + 1);
+    return true;
+}
 
 // Records the list sent in the response (owned by it).
 bool KeepRequest(CLPSResponse* resp, uint32_t count, const char** nvPairs) {
@@ -75,16 +99,10 @@ CLPSResponse* CLPSNVReportCapabilitesXML(const char* agent, uint32_t count, cons
     AgentData answer(id, VKDBPluginSendCmd(id, count, nvPairs));
     if (answer.data == nullptr) return nullptr;
     try {
-        // One root element around the answer, so the host always gets one
-        // well-formed document.
-        std::string text;
-        if (respElement != nullptr && *respElement != '\0') {
-            text = std::string("<") + respElement + ">" + answer.data + "</" + respElement + ">";
-        } else {
-            text = answer.data;
-        }
         ResponsePtr resp(CLPSAllocResponse());
-        if (!resp || CLPSSetRespData(resp.get(), text.c_str()) != 0) return nullptr;
+        if (!resp || !WrapAnswer(resp.get(), answer.data, respElement)) return nullptr;
+        // The answer may be long: it is let go as soon as the response holds it.
+        answer.Release();
         resp->kind = CLPS_RESP_XML;
         if (styleSheet != nullptr && (resp->pStyleSheet = clps::DupString(styleSheet)) == nullptr)
             return nullptr;
