@@ -100,27 +100,28 @@ struct XmlAnswer {
     std::string message;                // SMMessage text
     std::vector<StorageObject> objects;
 };
-XmlAnswer ReadXmlAnswer(const std::string& xml);
+// Reads an answer's status and message as it streams past, and its objects
+// only when asked (they are needed for JSON alone).
+XmlAnswer ReadXmlAnswer(std::string_view xml, bool withObjects);
 
-// Stylesheets parsed once per run and applied with the program's name.
+struct RenderState;
+
+// Stylesheets parsed on first use and applied with the program's name.
 class Renderer {
   public:
     // program and command (the command words) are handed to every stylesheet
-    // as the parameters "program" and "command".
+    // as the parameters "program" and "command". VK_RENDER_PART sets how many
+    // objects of a long answer are rendered at a time.
     Renderer(std::filesystem::path share, std::string program, std::string command);
     ~Renderer();
     Renderer(const Renderer&) = delete;
     Renderer& operator=(const Renderer&) = delete;
     // Renders a document with a stylesheet (path relative to share/vk);
     // a HostError when either cannot be used.
-    std::string Render(const std::string& xml, const std::string& styleSheet);
+    std::string Render(std::string_view xml, const std::string& styleSheet);
 
   private:
-    struct Cache;
-    std::filesystem::path share_;
-    std::string program_;
-    std::string command_;
-    std::unique_ptr<Cache> cache_;
+    std::unique_ptr<RenderState> state_;
 };
 
 // ---- output (output.cpp) ----

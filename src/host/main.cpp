@@ -224,8 +224,10 @@ class Responder {
         if (resp.pDataBuf == nullptr)
             throw HostError(kExitFailure,
                             "the plug-in's answer for '" + command + "' holds no data");
-        out.xml = resp.pDataBuf;
-        XmlAnswer answer = ReadXmlAnswer(out.xml);
+        // Read where it lies: a long answer is not copied, only parsed.
+        const std::string_view xml(resp.pDataBuf);
+        if (format_ == Format::Xml) out.xml = xml;
+        XmlAnswer answer = ReadXmlAnswer(xml, format_ == Format::Json);
         out.objects = std::move(answer.objects);
         // Answers the plug-in builds itself may carry no status: success.
         const std::string status = answer.status.value_or("0");
@@ -236,7 +238,7 @@ class Responder {
                                                     : answer.message;
             out.text = out.diagnostic;
         } else if (format_ != Format::Xml) {
-            out.text = renderer().Render(out.xml, StyleOf(resp));
+            out.text = renderer().Render(xml, StyleOf(resp));
         }
     }
 

@@ -1,12 +1,14 @@
 <?xml version="1.0" encoding="UTF-8"?>
 <!-- Storage-wide settings. -->
 <xsl:stylesheet version="1.0" xmlns:xsl="http://www.w3.org/1999/XSL/Transform">
-  <xsl:include href="objects.xsl"/>
+  <xsl:include href="report.xsl"/>
+  <xsl:include href="settings.xsl"/>
 
   <xsl:template match="/">
     <xsl:call-template name="report">
-      <xsl:with-param name="title"><xsl:value-of select="'Global Information'"/></xsl:with-param>
       <xsl:with-param name="none" select="'No global information found.'"/>
     </xsl:call-template>
   </xsl:template>
+
+  <xsl:template match="/" mode="title">Global Information</xsl:template>
 </xsl:stylesheet>

@@ -297,226 +297,261 @@
     <xsl:value-of select="concat($v, '%')"/>
   </xsl:template>
 
-  <!-- A property as an aligned line: its label (mode "label", or the
-       label parameter) and its decoded value (mode "value"). -->
+  <!-- A property as an aligned line. Each tag the reports know has its own
+       line, with its label written out to the width of the label column
+       (the fastest way libxslt has to write it) and its value decoded;
+       any other tag is labelled by its name and shown as it stands. A
+       tag's label and decoded value (modes "label" and "value") are the
+       two halves of its line, so the line is their one source. -->
   <xsl:template match="*" mode="line">
-    <xsl:param name="label">
-      <xsl:apply-templates select="." mode="label"/>
-    </xsl:param>
+    <xsl:param name="label" select="name()"/>
     <xsl:call-template name="line">
       <xsl:with-param name="label" select="$label"/>
-      <xsl:with-param name="value">
-        <xsl:apply-templates select="." mode="value"/>
-      </xsl:with-param>
+      <xsl:with-param name="value" select="string(.)"/>
     </xsl:call-template>
   </xsl:template>
 
-  <!-- Labels of the agent's tags; any other tag is labelled by its name. -->
-  <xsl:template match="*" mode="label"><xsl:value-of select="name()"/></xsl:template>
-  <xsl:template match="Name" mode="label">Name</xsl:template>
-  <xsl:template match="ObjState" mode="label">Status</xsl:template>
-  <xsl:template match="GlobalNo" mode="label">Controller</xsl:template>
-  <xsl:template match="LogicalDriveNum" mode="label">Virtual Disk</xsl:template>
-  <xsl:template match="BusProtocol" mode="label">Bus Protocol</xsl:template>
-  <xsl:template match="MediaType" mode="label">Media</xsl:template>
-  <xsl:template match="Length" mode="label">Capacity</xsl:template>
-  <xsl:template match="Vendor" mode="label">Vendor</xsl:template>
-  <xsl:template match="ProductID" mode="label">Product ID</xsl:template>
-  <xsl:template match="SerialNo" mode="label">Serial Number</xsl:template>
-  <xsl:template match="FirmwareVer" mode="label">Firmware Version</xsl:template>
-  <xsl:template match="DriverVersion" mode="label">Driver Version</xsl:template>
-  <xsl:template match="ControllerMode" mode="label">Mode</xsl:template>
-  <xsl:template match="CacheSize" mode="label">Cache Memory Size</xsl:template>
-  <xsl:template match="MaxVDAllowed" mode="label">Maximum Virtual Disks</xsl:template>
-  <xsl:template match="RAIDLevelsMask" mode="label">RAID Levels</xsl:template>
-  <xsl:template match="StripeSizesMask" mode="label">Stripe Sizes</xsl:template>
-  <xsl:template match="ReadPolicyMask" mode="label">Read Policies</xsl:template>
-  <xsl:template match="WritePolicyMask" mode="label">Write Policies</xsl:template>
-  <xsl:template match="CachePolicyMask" mode="label">Cache Policies</xsl:template>
-  <xsl:template match="DiskCachePolicyMask" mode="label">Disk Cache Policies</xsl:template>
-  <xsl:template match="RebuildRate" mode="label">Rebuild Rate</xsl:template>
-  <xsl:template match="BGIRate" mode="label">Background Init Rate</xsl:template>
-  <xsl:template match="CheckConsistencyRate" mode="label">Check Consistency Rate</xsl:template>
-  <xsl:template match="ReconstructRate" mode="label">Reconstruct Rate</xsl:template>
-  <xsl:template match="PatrolReadRate" mode="label">Patrol Read Rate</xsl:template>
-  <xsl:template match="PatrolReadMode" mode="label">Patrol Read Mode</xsl:template>
-  <xsl:template match="PatrolReadState" mode="label">Patrol Read State</xsl:template>
-  <xsl:template match="SecurityMode" mode="label">Key Management</xsl:template>
-  <xsl:template match="PreservedCache" mode="label">Preserved Cache</xsl:template>
-  <xsl:template match="SupportPowerSavings" mode="label">Power Savings</xsl:template>
-  <xsl:template match="SpinDownTime" mode="label">Spin Down Time</xsl:template>
-  <xsl:template match="Layout" mode="label">Layout</xsl:template>
-  <xsl:template match="StripeSize" mode="label">Stripe Size</xsl:template>
-  <xsl:template match="ReadPolicy" mode="label">Read Policy</xsl:template>
-  <xsl:template match="WritePolicy" mode="label">Write Policy</xsl:template>
-  <xsl:template match="CachePolicy" mode="label">Cache Policy</xsl:template>
-  <xsl:template match="DiskCachePolicy" mode="label">Disk Cache Policy</xsl:template>
-  <xsl:template match="diskwritecachepolicy" mode="label">Disk Cache Policy</xsl:template>
-  <xsl:template match="DeviceName" mode="label">Device Name</xsl:template>
-  <xsl:template match="SpanCount" mode="label">Spans</xsl:template>
-  <xsl:template match="Secured" mode="label">Encrypted</xsl:template>
-  <xsl:template match="IsSSC" mode="label">CacheCade</xsl:template>
-  <xsl:template match="TarnCache" mode="label">Tarn Cache</xsl:template>
-  <xsl:template match="TarnCacheState" mode="label">Tarn Cache</xsl:template>
-  <xsl:template match="WriteCache" mode="label">Write Cache</xsl:template>
-  <xsl:template match="ISECapable" mode="label">Instant Secure Erase</xsl:template>
-  <xsl:template match="InCachePool" mode="label">In Cache Pool</xsl:template>
-  <xsl:template match="Locked" mode="label">Locked</xsl:template>
-  <xsl:template match="Progress" mode="label">Progress</xsl:template>
-  <xsl:template match="Charge" mode="label">Charge</xsl:template>
-  <xsl:template match="LearnMode" mode="label">Learn Mode</xsl:template>
-  <xsl:template match="LearnState" mode="label">Learn Cycle</xsl:template>
-  <xsl:template match="NextLearnTime" mode="label">Next Learn Cycle In</xsl:template>
-  <xsl:template match="MaxLearnDelay" mode="label">Maximum Learn Delay</xsl:template>
-  <xsl:template match="EnclosureType" mode="label">Type</xsl:template>
-  <xsl:template match="SlotCount" mode="label">Slots</xsl:template>
-  <xsl:template match="ServiceTag" mode="label">Service Tag</xsl:template>
-  <xsl:template match="AssetTag" mode="label">Asset Tag</xsl:template>
-  <xsl:template match="AssetName" mode="label">Asset Name</xsl:template>
-  <xsl:template match="Speed" mode="label">Speed</xsl:template>
-  <xsl:template match="Watts" mode="label">Rated Power</xsl:template>
-  <xsl:template match="Reading" mode="label">Reading</xsl:template>
-  <xsl:template match="PartitionPath" mode="label">Path</xsl:template>
-  <xsl:template match="CacheLunName" mode="label">Name</xsl:template>
-  <xsl:template match="CacheLunMode" mode="label">Mode</xsl:template>
-  <xsl:template match="SmartThermalShutdown" mode="label">Thermal Shutdown</xsl:template>
-  <xsl:template match="HotSpareProtectionPolicy" mode="label">Hot Spare Protection</xsl:template>
-  <xsl:template match="RRWEThresholdSasSata" mode="label">Endurance Alert SAS/SATA</xsl:template>
-  <xsl:template match="RRWEThresholdPCIe" mode="label">Endurance Alert PCIe</xsl:template>
-  <xsl:template match="NonZornCertifiedMode" mode="label">Non-Certified Disks</xsl:template>
+  <xsl:template match="*" mode="label">
+    <xsl:variable name="line"><xsl:apply-templates select="." mode="line"/></xsl:variable>
+    <xsl:value-of select="normalize-space(substring-before($line, ' : '))"/>
+  </xsl:template>
 
-  <!-- Values: decoded where the tag carries a code; as it stands
-       otherwise. -->
-  <xsl:template match="*" mode="value"><xsl:value-of select="."/></xsl:template>
-  <xsl:template match="ObjState" mode="value">
-    <xsl:call-template name="state">
-      <xsl:with-param name="v" select="."/>
-      <xsl:with-param name="kind" select="string(../ObjType)"/>
-    </xsl:call-template>
+  <xsl:template match="*" mode="value">
+    <xsl:variable name="line"><xsl:apply-templates select="." mode="line"/></xsl:variable>
+    <xsl:variable name="value" select="substring-after($line, ' : ')"/>
+    <xsl:value-of select="substring($value, 1, string-length($value) - 1)"/>
   </xsl:template>
-  <xsl:template match="BusProtocol" mode="value">
-    <xsl:call-template name="bus">
-      <xsl:with-param name="v" select="."/>
-      <xsl:with-param name="nvme" select="string(../IsDeviceNVME)"/>
-    </xsl:call-template>
+
+  <xsl:template match="Name" mode="line"><xsl:value-of select="concat('Name                     : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="ObjState" mode="line">
+    <xsl:text>Status                   : </xsl:text>
+    <xsl:call-template name="state"><xsl:with-param name="v" select="string(.)"/><xsl:with-param name="kind" select="string(../ObjType)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="MediaType" mode="value">
-    <xsl:call-template name="media"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="GlobalNo" mode="line"><xsl:value-of select="concat('Controller               : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="LogicalDriveNum" mode="line"><xsl:value-of select="concat('Virtual Disk             : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="BusProtocol" mode="line">
+    <xsl:text>Bus Protocol             : </xsl:text>
+    <xsl:call-template name="bus"><xsl:with-param name="v" select="string(.)"/><xsl:with-param name="nvme" select="string(../IsDeviceNVME)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="Length" mode="value">
-    <xsl:call-template name="size"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="MediaType" mode="line">
+    <xsl:text>Media                    : </xsl:text>
+    <xsl:call-template name="media"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="ControllerMode" mode="value">
-    <xsl:call-template name="controller-mode"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="Length" mode="line">
+    <xsl:text>Capacity                 : </xsl:text>
+    <xsl:call-template name="size"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="CacheSize" mode="value"><xsl:value-of select="concat(., ' MB')"/></xsl:template>
-  <xsl:template match="RAIDLevelsMask" mode="value">
-    <xsl:call-template name="mask-words">
-      <xsl:with-param name="mask" select="."/>
-      <xsl:with-param name="what" select="'layout'"/>
-    </xsl:call-template>
+  <xsl:template match="Vendor" mode="line"><xsl:value-of select="concat('Vendor                   : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="ProductID" mode="line"><xsl:value-of select="concat('Product ID               : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="SerialNo" mode="line"><xsl:value-of select="concat('Serial Number            : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="FirmwareVer" mode="line"><xsl:value-of select="concat('Firmware Version         : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="DriverVersion" mode="line"><xsl:value-of select="concat('Driver Version           : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="ControllerMode" mode="line">
+    <xsl:text>Mode                     : </xsl:text>
+    <xsl:call-template name="controller-mode"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="StripeSizesMask" mode="value">
-    <xsl:call-template name="mask-words">
-      <xsl:with-param name="mask" select="."/>
-      <xsl:with-param name="what" select="'stripe'"/>
-    </xsl:call-template>
+  <xsl:template match="CacheSize" mode="line"><xsl:value-of select="concat('Cache Memory Size        : ', ., ' MB&#10;')"/></xsl:template>
+  <xsl:template match="MaxVDAllowed" mode="line"><xsl:value-of select="concat('Maximum Virtual Disks    : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="RAIDLevelsMask" mode="line">
+    <xsl:text>RAID Levels              : </xsl:text>
+    <xsl:call-template name="mask-words"><xsl:with-param name="mask" select="string(.)"/><xsl:with-param name="what" select="'layout'"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="ReadPolicyMask" mode="value">
-    <xsl:call-template name="mask-words">
-      <xsl:with-param name="mask" select="."/>
-      <xsl:with-param name="what" select="'read-policy'"/>
-    </xsl:call-template>
+  <xsl:template match="StripeSizesMask" mode="line">
+    <xsl:text>Stripe Sizes             : </xsl:text>
+    <xsl:call-template name="mask-words"><xsl:with-param name="mask" select="string(.)"/><xsl:with-param name="what" select="'stripe'"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="WritePolicyMask" mode="value">
-    <xsl:call-template name="mask-words">
-      <xsl:with-param name="mask" select="."/>
-      <xsl:with-param name="what" select="'write-policy'"/>
-    </xsl:call-template>
+  <xsl:template match="ReadPolicyMask" mode="line">
+    <xsl:text>Read Policies            : </xsl:text>
+    <xsl:call-template name="mask-words"><xsl:with-param name="mask" select="string(.)"/><xsl:with-param name="what" select="'read-policy'"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="CachePolicyMask" mode="value">
-    <xsl:call-template name="mask-words">
-      <xsl:with-param name="mask" select="."/>
-      <xsl:with-param name="what" select="'cache-policy'"/>
-    </xsl:call-template>
+  <xsl:template match="WritePolicyMask" mode="line">
+    <xsl:text>Write Policies           : </xsl:text>
+    <xsl:call-template name="mask-words"><xsl:with-param name="mask" select="string(.)"/><xsl:with-param name="what" select="'write-policy'"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="DiskCachePolicyMask" mode="value">
-    <xsl:call-template name="mask-words">
-      <xsl:with-param name="mask" select="."/>
-      <xsl:with-param name="what" select="'disk-cache-policy'"/>
-    </xsl:call-template>
+  <xsl:template match="CachePolicyMask" mode="line">
+    <xsl:text>Cache Policies           : </xsl:text>
+    <xsl:call-template name="mask-words"><xsl:with-param name="mask" select="string(.)"/><xsl:with-param name="what" select="'cache-policy'"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="RebuildRate|BGIRate|CheckConsistencyRate|ReconstructRate|PatrolReadRate|Progress|Charge|RRWEThresholdSasSata|RRWEThresholdPCIe" mode="value">
-    <xsl:call-template name="percent"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="DiskCachePolicyMask" mode="line">
+    <xsl:text>Disk Cache Policies      : </xsl:text>
+    <xsl:call-template name="mask-words"><xsl:with-param name="mask" select="string(.)"/><xsl:with-param name="what" select="'disk-cache-policy'"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="PatrolReadMode" mode="value">
-    <xsl:call-template name="patrol-read-mode"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="RebuildRate" mode="line"><xsl:value-of select="concat('Rebuild Rate             : ', ., '%&#10;')"/></xsl:template>
+  <xsl:template match="BGIRate" mode="line"><xsl:value-of select="concat('Background Init Rate     : ', ., '%&#10;')"/></xsl:template>
+  <xsl:template match="CheckConsistencyRate" mode="line"><xsl:value-of select="concat('Check Consistency Rate   : ', ., '%&#10;')"/></xsl:template>
+  <xsl:template match="ReconstructRate" mode="line"><xsl:value-of select="concat('Reconstruct Rate         : ', ., '%&#10;')"/></xsl:template>
+  <xsl:template match="PatrolReadRate" mode="line"><xsl:value-of select="concat('Patrol Read Rate         : ', ., '%&#10;')"/></xsl:template>
+  <xsl:template match="PatrolReadMode" mode="line">
+    <xsl:text>Patrol Read Mode         : </xsl:text>
+    <xsl:call-template name="patrol-read-mode"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="PatrolReadState" mode="value">
+  <xsl:template match="PatrolReadState" mode="line">
+    <xsl:text>Patrol Read State        : </xsl:text>
     <xsl:choose>
-      <xsl:when test=". = 1">Running</xsl:when>
-      <xsl:otherwise>Stopped</xsl:otherwise>
+      <xsl:when test=". = 1">Running&#10;</xsl:when>
+      <xsl:otherwise>Stopped&#10;</xsl:otherwise>
     </xsl:choose>
   </xsl:template>
-  <xsl:template match="SecurityMode" mode="value">
-    <xsl:call-template name="security-mode"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="SecurityMode" mode="line">
+    <xsl:text>Key Management           : </xsl:text>
+    <xsl:call-template name="security-mode"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="SupportPowerSavings" mode="value">
+  <xsl:template match="PreservedCache" mode="line">
+    <xsl:text>Preserved Cache          : </xsl:text>
+    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
+  </xsl:template>
+  <xsl:template match="SupportPowerSavings" mode="line">
+    <xsl:text>Power Savings            : </xsl:text>
     <xsl:choose>
-      <xsl:when test=". = 1">Supported</xsl:when>
-      <xsl:otherwise>Not Supported</xsl:otherwise>
+      <xsl:when test=". = 1">Supported&#10;</xsl:when>
+      <xsl:otherwise>Not Supported&#10;</xsl:otherwise>
     </xsl:choose>
   </xsl:template>
-  <xsl:template match="SpinDownTime" mode="value"><xsl:value-of select="concat(., ' minutes')"/></xsl:template>
-  <xsl:template match="Layout" mode="value">
-    <xsl:call-template name="layout"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="SpinDownTime" mode="line"><xsl:value-of select="concat('Spin Down Time           : ', ., ' minutes&#10;')"/></xsl:template>
+  <xsl:template match="Layout" mode="line">
+    <xsl:text>Layout                   : </xsl:text>
+    <xsl:call-template name="layout"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="StripeSize" mode="value">
-    <xsl:call-template name="stripe"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="StripeSize" mode="line">
+    <xsl:text>Stripe Size              : </xsl:text>
+    <xsl:call-template name="stripe"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="ReadPolicy" mode="value">
-    <xsl:call-template name="read-policy"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="ReadPolicy" mode="line">
+    <xsl:text>Read Policy              : </xsl:text>
+    <xsl:call-template name="read-policy"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="WritePolicy" mode="value">
-    <xsl:call-template name="write-policy"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="WritePolicy" mode="line">
+    <xsl:text>Write Policy             : </xsl:text>
+    <xsl:call-template name="write-policy"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="CachePolicy" mode="value">
-    <xsl:call-template name="cache-policy"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="CachePolicy" mode="line">
+    <xsl:text>Cache Policy             : </xsl:text>
+    <xsl:call-template name="cache-policy"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="DiskCachePolicy|diskwritecachepolicy" mode="value">
-    <xsl:call-template name="disk-cache-policy"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="DiskCachePolicy" mode="line">
+    <xsl:text>Disk Cache Policy        : </xsl:text>
+    <xsl:call-template name="disk-cache-policy"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="Secured|IsSSC|ISECapable|InCachePool|Locked|NonZornCertifiedMode" mode="value">
-    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="diskwritecachepolicy" mode="line">
+    <xsl:text>Disk Cache Policy        : </xsl:text>
+    <xsl:call-template name="disk-cache-policy"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="WriteCache|SmartThermalShutdown|HotSpareProtectionPolicy" mode="value">
-    <xsl:call-template name="enabled"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="DeviceName" mode="line"><xsl:value-of select="concat('Device Name              : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="SpanCount" mode="line"><xsl:value-of select="concat('Spans                    : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="Secured" mode="line">
+    <xsl:text>Encrypted                : </xsl:text>
+    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="PreservedCache" mode="value">
-    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="IsSSC" mode="line">
+    <xsl:text>CacheCade                : </xsl:text>
+    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="TarnCache|TarnCacheState" mode="value">
-    <xsl:call-template name="cache-state"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="TarnCache" mode="line">
+    <xsl:text>Tarn Cache               : </xsl:text>
+    <xsl:call-template name="cache-state"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="LearnMode" mode="value">
-    <xsl:call-template name="learn-mode"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="TarnCacheState" mode="line">
+    <xsl:text>Tarn Cache               : </xsl:text>
+    <xsl:call-template name="cache-state"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="LearnState" mode="value">
+  <xsl:template match="WriteCache" mode="line">
+    <xsl:text>Write Cache              : </xsl:text>
+    <xsl:call-template name="enabled"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
+  </xsl:template>
+  <xsl:template match="ISECapable" mode="line">
+    <xsl:text>Instant Secure Erase     : </xsl:text>
+    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
+  </xsl:template>
+  <xsl:template match="InCachePool" mode="line">
+    <xsl:text>In Cache Pool            : </xsl:text>
+    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
+  </xsl:template>
+  <xsl:template match="Locked" mode="line">
+    <xsl:text>Locked                   : </xsl:text>
+    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
+  </xsl:template>
+  <xsl:template match="Progress" mode="line"><xsl:value-of select="concat('Progress                 : ', ., '%&#10;')"/></xsl:template>
+  <xsl:template match="Charge" mode="line"><xsl:value-of select="concat('Charge                   : ', ., '%&#10;')"/></xsl:template>
+  <xsl:template match="LearnMode" mode="line">
+    <xsl:text>Learn Mode               : </xsl:text>
+    <xsl:call-template name="learn-mode"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
+  </xsl:template>
+  <xsl:template match="LearnState" mode="line">
+    <xsl:text>Learn Cycle              : </xsl:text>
     <xsl:choose>
-      <xsl:when test=". = 1">Running</xsl:when>
-      <xsl:otherwise>Idle</xsl:otherwise>
+      <xsl:when test=". = 1">Running&#10;</xsl:when>
+      <xsl:otherwise>Idle&#10;</xsl:otherwise>
     </xsl:choose>
   </xsl:template>
-  <xsl:template match="NextLearnTime|MaxLearnDelay" mode="value"><xsl:value-of select="concat(., ' hours')"/></xsl:template>
-  <xsl:template match="EnclosureType" mode="value">
-    <xsl:call-template name="enclosure-type"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="NextLearnTime" mode="line"><xsl:value-of select="concat('Next Learn Cycle In      : ', ., ' hours&#10;')"/></xsl:template>
+  <xsl:template match="MaxLearnDelay" mode="line"><xsl:value-of select="concat('Maximum Learn Delay      : ', ., ' hours&#10;')"/></xsl:template>
+  <xsl:template match="EnclosureType" mode="line">
+    <xsl:text>Type                     : </xsl:text>
+    <xsl:call-template name="enclosure-type"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
-  <xsl:template match="Speed" mode="value"><xsl:value-of select="concat(., ' RPM')"/></xsl:template>
-  <xsl:template match="Watts" mode="value"><xsl:value-of select="concat(., ' W')"/></xsl:template>
-  <xsl:template match="Reading" mode="value"><xsl:value-of select="concat(., ' C')"/></xsl:template>
-  <xsl:template match="CacheLunMode" mode="value">
-    <xsl:call-template name="cache-lun-mode"><xsl:with-param name="v" select="."/></xsl:call-template>
+  <xsl:template match="SlotCount" mode="line"><xsl:value-of select="concat('Slots                    : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="ServiceTag" mode="line"><xsl:value-of select="concat('Service Tag              : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="AssetTag" mode="line"><xsl:value-of select="concat('Asset Tag                : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="AssetName" mode="line"><xsl:value-of select="concat('Asset Name               : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="Speed" mode="line"><xsl:value-of select="concat('Speed                    : ', ., ' RPM&#10;')"/></xsl:template>
+  <xsl:template match="Watts" mode="line"><xsl:value-of select="concat('Rated Power              : ', ., ' W&#10;')"/></xsl:template>
+  <xsl:template match="Reading" mode="line"><xsl:value-of select="concat('Reading                  : ', ., ' C&#10;')"/></xsl:template>
+  <xsl:template match="PartitionPath" mode="line"><xsl:value-of select="concat('Path                     : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="CacheLunName" mode="line"><xsl:value-of select="concat('Name                     : ', ., '&#10;')"/></xsl:template>
+  <xsl:template match="CacheLunMode" mode="line">
+    <xsl:text>Mode                     : </xsl:text>
+    <xsl:call-template name="cache-lun-mode"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
   </xsl:template>
+  <xsl:template match="SmartThermalShutdown" mode="line">
+    <xsl:text>Thermal Shutdown         : </xsl:text>
+    <xsl:call-template name="enabled"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
+  </xsl:template>
+  <xsl:template match="HotSpareProtectionPolicy" mode="line">
+    <xsl:text>Hot Spare Protection     : </xsl:text>
+    <xsl:call-template name="enabled"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
+  </xsl:template>
+  <xsl:template match="RRWEThresholdSasSata" mode="line"><xsl:value-of select="concat('Endurance Alert SAS/SATA : ', ., '%&#10;')"/></xsl:template>
+  <xsl:template match="RRWEThresholdPCIe" mode="line"><xsl:value-of select="concat('Endurance Alert PCIe     : ', ., '%&#10;')"/></xsl:template>
+  <xsl:template match="NonZornCertifiedMode" mode="line">
+    <xsl:text>Non-Certified Disks      : </xsl:text>
+    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
+    <xsl:text>&#10;</xsl:text>
+  </xsl:template>
+
 
   <!-- Bit n (0 = least significant) of a mask string, most significant
        character first: true when set. -->
