@@ -99,6 +99,11 @@ struct XmlAnswer {
     std::optional<std::string> status;  // SMStatus text, when present
     std::string message;                // SMMessage text
     std::vector<StorageObject> objects;
+    // A status other than 0; answers the plug-in builds itself may carry
+    // none, which is success.
+    bool Failed() const {
+        return status && status->find_first_not_of(" \t\r\n0") != std::string::npos;
+    }
 };
 // Reads an answer's status and message as it streams past, and its objects
 // only when asked (they are needed for JSON alone).
@@ -117,8 +122,10 @@ class Renderer {
     Renderer(const Renderer&) = delete;
     Renderer& operator=(const Renderer&) = delete;
     // Renders a document with a stylesheet (path relative to share/vk);
-    // a HostError when either cannot be used.
-    std::string Render(std::string_view xml, const std::string& styleSheet);
+    // a HostError when either cannot be used. The answer's status and
+    // message go to *status when given.
+    std::string Render(std::string_view xml, const std::string& styleSheet,
+                       XmlAnswer* status = nullptr);
 
   private:
     std::unique_ptr<RenderState> state_;

@@ -226,18 +226,29 @@ class Responder {
                             "the plug-in's answer for '" + command + "' holds no data");
         // Read where it lies: a long answer is not copied, only parsed.
         const std::string_view xml(resp.pDataBuf);
-        if (format_ == Format::Xml) out.xml = xml;
-        XmlAnswer answer = ReadXmlAnswer(xml, format_ == Format::Json);
-        out.objects = std::move(answer.objects);
-        // Answers the plug-in builds itself may carry no status: success.
-        const std::string status = answer.status.value_or("0");
-        if (status.find_first_not_of(" \t\r\n0") != std::string::npos) {
+        XmlAnswer answer;
+        if (format_ == Format::Text) {
+            // The status is read as the answer is rendered, in one pass; a
+            // rendering failure counts only for an answer that succeeded.
+            try {
+                out.text = renderer().Render(xml, StyleOf(resp), &answer);
+            } catch (const HostError&) {
+                answer = ReadXmlAnswer(xml, false);
+                if (!answer.Failed()) throw;
+            }
+        } else {
+            if (format_ == Format::Xml) out.xml = xml;
+            answer = ReadXmlAnswer(xml, format_ == Format::Json);
+            out.objects = std::move(answer.objects);
+        }
+        if (answer.Failed()) {
             out.exitCode = kExitRefused;
             out.status = Status::Refused;
-            out.diagnostic = answer.message.empty() ? "the command failed with status " + status
-                                                    : answer.message;
+            out.diagnostic = answer.message.empty()
+                                 ? "the command failed with status " + *answer.status
+                                 : answer.message;
             out.text = out.diagnostic;
-        } else if (format_ != Format::Xml) {
+        } else if (format_ == Format::Json) {
             out.text = renderer().Render(xml, StyleOf(resp));
         }
     }

@@ -3,10 +3,11 @@
 // An answer is parsed as it is rendered. A report stylesheet that declares
 // the parameter "part" can be applied to a long answer in parts: the
 // parser's finished objects move into part documents of at most
-// VK_RENDER_PART objects, each rendered as a "body" and freed at once, and the
-// title is rendered last, as the "head", from a document that keeps the
-// first part whole and only kHeadTags of every later object. So memory is
-// bounded by one part and the head, whatever the answer's length.
+// VK_RENDER_PART objects, each rendered as a "body" and freed at once, and
+// the title is rendered last, as the "head", from a document that keeps the
+// first part whole and, of each later run of objects alike in kHeadTags,
+// the first two with only those tags. So memory is bounded by one part and
+// a small head, whatever the answer's length.
 #include <libexslt/exslt.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
@@ -40,8 +41,8 @@ constexpr std::string_view kMessageTag = "SMMessage";
 constexpr std::string_view kKindTag = "ObjType";
 
 // What a report's title may read of the objects after the first part: the
-// kind, the controller and the cachecade mark (lists of one controller,
-// counts of a kind, the cachecades among virtual disks).
+// kind, the controller and the cachecade mark (lists of one controller, one
+// or more of a kind, the cachecades among virtual disks).
 constexpr auto kHeadTags = std::to_array<std::string_view>({kKindTag, "GlobalNo", "IsSSC"});
 
 // Objects per part: a part's document costs about 7 KB per disk, and a part
@@ -171,10 +172,6 @@ void FindStatus(const xmlNode* node, XmlAnswer& answer) {
     }
 }
 
-bool Succeeded(const XmlAnswer& answer) {
-    return answer.status.value_or("0").find_first_not_of(" \t\r\n0") == std::string::npos;
-}
-
 }  // namespace
 
 XmlAnswer ReadXmlAnswer(std::string_view xml, bool withObjects) {
@@ -261,13 +258,18 @@ class PartRenderer {
   public:
     using Apply = std::function<void(xmlDoc*, Params, std::string&)>;
 
-    PartRenderer(const xmlNode* root, xmlDict* dict, size_t partObjects, Apply apply)
+    // expected: about the length of the text, which is reserved so that
+    // the text is not copied as it grows (untouched pages cost nothing).
+    PartRenderer(const xmlNode* root, xmlDict* dict, size_t partObjects, size_t expected,
+                 Apply apply)
         : root_(root),
           dict_(dict),
           partObjects_(partObjects),
           apply_(std::move(apply)),
           head_(NewPartDoc(root, dict)),
-          part_(NewPartDoc(root, dict)) {}
+          part_(NewPartDoc(root, dict)) {
+        bodies_.reserve(expected);
+    }
 
     // Takes a finished child of the answer's root, already unlinked.
     void Add(xmlNode* child) {
@@ -299,12 +301,22 @@ class PartRenderer {
             CopyInto(top, child, 1);
             return;
         }
-        xmlNode* thin = CopyInto(top, child, 2);
+        std::vector<const xmlNode*> tags;
+        std::string mark;
         for (const xmlNode* tag = child->children; tag != nullptr; tag = tag->next) {
             if (tag->type == XML_ELEMENT_NODE &&
-                std::find(kHeadTags.begin(), kHeadTags.end(), Name(tag)) != kHeadTags.end())
-                CopyInto(thin, tag, 1);
+                std::find(kHeadTags.begin(), kHeadTags.end(), Name(tag)) != kHeadTags.end()) {
+                tags.push_back(tag);
+                mark.append(Name(tag)).append("=").append(Content(tag)).append("\n");
+            }
         }
+        // Of a run of objects alike in these tags two are kept: enough to
+        // tell none, one and more apart.
+        alike_ = mark == lastMark_ ? alike_ + 1 : 1;
+        lastMark_ = std::move(mark);
+        if (alike_ > 2) return;
+        xmlNode* thin = CopyInto(top, child, 2);
+        for (const xmlNode* tag : tags) CopyInto(thin, tag, 1);
     }
 
     void Flush() {
@@ -340,6 +352,8 @@ class PartRenderer {
     size_t objects_ = 0;
     bool firstPart_ = true;
     std::string previousKind_;
+    std::string lastMark_;  // the head tags of the last object kept thin
+    size_t alike_ = 0;      // objects in a row with those tags
     std::string bodies_;
 };
 
@@ -423,7 +437,8 @@ Renderer::Renderer(fs::path share, std::string program, std::string command)
 
 Renderer::~Renderer() = default;
 
-std::string Renderer::Render(std::string_view xml, const std::string& styleSheet) {
+std::string Renderer::Render(std::string_view xml, const std::string& styleSheet,
+                             XmlAnswer* status) {
     RenderState& state = *state_;
     const Sheet& sheet = Load(state, styleSheet);
     const ParserPtr parser(xmlCreatePushParserCtxt(nullptr, nullptr, nullptr, 0, "answer.xml"));
@@ -451,7 +466,8 @@ std::string Renderer::Render(std::string_view xml, const std::string& styleSheet
                 if (IsElement(child, kObjectTag)) ++finished;
             }
             if (finished <= state.partObjects) continue;
-            parts.emplace(root, parser->dict, state.partObjects,
+            // The text of a report is shorter than its answer.
+            parts.emplace(root, parser->dict, state.partObjects, xml.size(),
                           [&state, &sheet](xmlDoc* doc, Params params, std::string& out) {
                               Apply(state, sheet, doc, params, out);
                           });
@@ -465,11 +481,12 @@ std::string Renderer::Render(std::string_view xml, const std::string& styleSheet
     if (parser->myDoc == nullptr || xmlDocGetRootElement(parser->myDoc) == nullptr)
         NotWellFormed(xmlCtxtGetLastError(parser.get()));
 
+    XmlAnswer answer;
     std::string text;
     if (parts) {
-        XmlAnswer answer;
         text = parts->Finish(answer);
-        if (Succeeded(answer)) return text;
+        if (status != nullptr) *status = answer;
+        if (!answer.Failed()) return text;
         // The parts were written as for a successful answer; a failed one
         // (which carries few objects, if any) is rendered whole instead.
         text.clear();
@@ -479,7 +496,9 @@ std::string Renderer::Render(std::string_view xml, const std::string& styleSheet
         Apply(state, sheet, whole.get(), {}, text);
         return text;
     }
+    if (status != nullptr) FindStatus(xmlDocGetRootElement(parser->myDoc), answer);
     Apply(state, sheet, parser->myDoc, {}, text);
+    if (status != nullptr) *status = std::move(answer);
     return text;
 }
 

@@ -8,14 +8,14 @@
     <xsl:call-template name="id-line">
       <xsl:with-param name="value"><xsl:call-template name="enclosure-id"/></xsl:with-param>
     </xsl:call-template>
-    <xsl:apply-templates select="GlobalNo" mode="line"/>
-    <xsl:apply-templates select="Name" mode="line"/>
-    <xsl:apply-templates select="ObjState" mode="line"/>
-    <xsl:apply-templates select="EnclosureType" mode="line"/>
-    <xsl:apply-templates select="ProductID" mode="line"/>
-    <xsl:apply-templates select="FirmwareVer" mode="line"/>
-    <xsl:apply-templates select="SlotCount" mode="line"/>
-    <xsl:apply-templates select="BusProtocol" mode="line"/>
+    <xsl:apply-templates select="GlobalNo[1]" mode="line"/>
+    <xsl:apply-templates select="Name[1]" mode="line"/>
+    <xsl:apply-templates select="ObjState[1]" mode="line"/>
+    <xsl:apply-templates select="EnclosureType[1]" mode="line"/>
+    <xsl:apply-templates select="ProductID[1]" mode="line"/>
+    <xsl:apply-templates select="FirmwareVer[1]" mode="line"/>
+    <xsl:apply-templates select="SlotCount[1]" mode="line"/>
+    <xsl:apply-templates select="BusProtocol[1]" mode="line"/>
     <xsl:apply-templates select="ServiceTag[. != '']" mode="line"/>
     <xsl:apply-templates select="AssetTag[. != '']" mode="line"/>
     <xsl:apply-templates select="AssetName[. != '']" mode="line"/>
@@ -26,29 +26,29 @@
   <xsl:template name="component-head">
     <xsl:call-template name="id-line"><xsl:with-param name="value" select="Index"/></xsl:call-template>
     <xsl:value-of select="concat('Enclosure                : ', Channel, ':', EnclosureID, '&#10;')"/>
-    <xsl:apply-templates select="GlobalNo" mode="line"/>
-    <xsl:apply-templates select="Name" mode="line"/>
-    <xsl:apply-templates select="ObjState" mode="line"/>
+    <xsl:apply-templates select="GlobalNo[1]" mode="line"/>
+    <xsl:apply-templates select="Name[1]" mode="line"/>
+    <xsl:apply-templates select="ObjState[1]" mode="line"/>
   </xsl:template>
 
   <xsl:template match="QXStorageObject[ObjType = 'fan']">
     <xsl:call-template name="component-head"/>
-    <xsl:apply-templates select="Speed" mode="line"/>
+    <xsl:apply-templates select="Speed[1]" mode="line"/>
   </xsl:template>
 
   <xsl:template match="QXStorageObject[ObjType = 'pwrsupply']">
     <xsl:call-template name="component-head"/>
-    <xsl:apply-templates select="Watts" mode="line"/>
+    <xsl:apply-templates select="Watts[1]" mode="line"/>
   </xsl:template>
 
   <xsl:template match="QXStorageObject[ObjType = 'emm']">
     <xsl:call-template name="component-head"/>
-    <xsl:apply-templates select="FirmwareVer" mode="line"/>
+    <xsl:apply-templates select="FirmwareVer[1]" mode="line"/>
   </xsl:template>
 
   <xsl:template match="QXStorageObject[ObjType = 'tempprobe']">
     <xsl:call-template name="component-head"/>
-    <xsl:apply-templates select="Reading" mode="line"/>
+    <xsl:apply-templates select="Reading[1]" mode="line"/>
     <xsl:value-of select="concat('Warning Thresholds       : ', MinWarning, ' C to ', MaxWarning, ' C&#10;')"/>
     <xsl:value-of select="concat('Failure Thresholds       : ', MinFailure, ' C to ', MaxFailure, ' C&#10;')"/>
   </xsl:template>

@@ -8,11 +8,13 @@
      "report" template from its root template and writes its title in a
      template for "/" in mode "title".
 
-     The host renders a long answer in parts: "head" writes the title (or
-     the failure, or the line saying there is nothing) from a document that
-     holds the first part's objects whole but only ObjType, GlobalNo and
-     IsSSC of every later object, so a title reads no more than that beyond
-     the first part; "body" writes the blocks of one part's objects. -->
+     The host renders a long answer in parts: "body" writes the blocks of
+     one part's objects; "head" writes the title (or the failure, or the
+     line saying there is nothing) from a document that holds the first
+     part's objects whole and, of each later run of objects alike in
+     ObjType, GlobalNo and IsSSC, the first two with only those. So beyond
+     the first part a title may ask whether objects of a kind, controller or
+     cachecade mark exist and whether there is one or more, nothing else. -->
 <xsl:stylesheet version="1.0"
     xmlns:xsl="http://www.w3.org/1999/XSL/Transform">
   <xsl:include href="decode.xsl"/>
@@ -70,9 +72,10 @@
              text output leaves out, so that libxslt appends to a short
              text: rendering stays linear in the answer's length. -->
         <block>
+          <xsl:variable name="previous" select="preceding-sibling::QXStorageObject[1]"/>
           <xsl:if test="(position() != 1 or $continued = 1) and
-                        (preceding-sibling::QXStorageObject[1][string(ObjType) != string(current()/ObjType)] or
-                         (not(preceding-sibling::QXStorageObject[1]) and $previous-kind != string(ObjType)))">
+                        (($previous and string($previous/ObjType) != string(ObjType)) or
+                         (not($previous) and $previous-kind != string(ObjType)))">
             <xsl:text>&#10;</xsl:text>
             <xsl:call-template name="heading">
               <xsl:with-param name="text">

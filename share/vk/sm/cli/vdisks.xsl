@@ -5,9 +5,9 @@
 
   <xsl:template match="QXStorageObject[ObjType = 'vdisk']">
     <xsl:call-template name="id-line"><xsl:with-param name="value" select="LogicalDriveNum"/></xsl:call-template>
-    <xsl:apply-templates select="GlobalNo" mode="line"/>
-    <xsl:apply-templates select="Name" mode="line"/>
-    <xsl:apply-templates select="ObjState" mode="line"/>
+    <xsl:apply-templates select="GlobalNo[1]" mode="line"/>
+    <xsl:apply-templates select="Name[1]" mode="line"/>
+    <xsl:apply-templates select="ObjState[1]" mode="line"/>
     <xsl:choose>
       <xsl:when test="ObjState = 32">Operation                : Rebuild&#10;</xsl:when>
       <xsl:when test="ReconfigState = 1">Operation                : Reconfiguration&#10;</xsl:when>
@@ -16,37 +16,37 @@
       <xsl:when test="InitState = 1">Operation                : Initialization&#10;</xsl:when>
       <xsl:when test="InitState = 2">Operation                : Background Initialization&#10;</xsl:when>
     </xsl:choose>
-    <xsl:apply-templates select="Progress" mode="line"/>
-    <xsl:apply-templates select="Layout" mode="line"/>
-    <xsl:apply-templates select="Length" mode="size-line"/>
-    <xsl:apply-templates select="DeviceName" mode="line"/>
+    <xsl:apply-templates select="Progress[1]" mode="line"/>
+    <xsl:apply-templates select="Layout[1]" mode="line"/>
+    <xsl:apply-templates select="Length[1]" mode="size-line"/>
+    <xsl:apply-templates select="DeviceName[1]" mode="line"/>
     <xsl:if test="SpanCount &gt; 1">
-      <xsl:apply-templates select="SpanCount" mode="line"/>
+      <xsl:apply-templates select="SpanCount[1]" mode="line"/>
     </xsl:if>
-    <xsl:apply-templates select="StripeSize" mode="line"/>
-    <xsl:apply-templates select="ReadPolicy" mode="line"/>
-    <xsl:apply-templates select="WritePolicy" mode="line"/>
-    <xsl:apply-templates select="CachePolicy" mode="line"/>
-    <xsl:apply-templates select="DiskCachePolicy" mode="line"/>
-    <xsl:apply-templates select="Secured" mode="line"/>
-    <xsl:apply-templates select="IsSSC" mode="line"/>
-    <xsl:apply-templates select="TarnCache" mode="line"/>
+    <xsl:apply-templates select="StripeSize[1]" mode="line"/>
+    <xsl:apply-templates select="ReadPolicy[1]" mode="line"/>
+    <xsl:apply-templates select="WritePolicy[1]" mode="line"/>
+    <xsl:apply-templates select="CachePolicy[1]" mode="line"/>
+    <xsl:apply-templates select="DiskCachePolicy[1]" mode="line"/>
+    <xsl:apply-templates select="Secured[1]" mode="line"/>
+    <xsl:apply-templates select="IsSSC[1]" mode="line"/>
+    <xsl:apply-templates select="TarnCache[1]" mode="line"/>
   </xsl:template>
 
   <xsl:template match="QXStorageObject[ObjType = 'partition']">
-    <xsl:apply-templates select="PartitionPath" mode="line"/>
-    <xsl:apply-templates select="GlobalNo" mode="line"/>
-    <xsl:apply-templates select="LogicalDriveNum" mode="line"/>
-    <xsl:apply-templates select="ObjState" mode="line"/>
-    <xsl:apply-templates select="Length" mode="size-line"/>
-    <xsl:apply-templates select="TarnCache" mode="line"/>
+    <xsl:apply-templates select="PartitionPath[1]" mode="line"/>
+    <xsl:apply-templates select="GlobalNo[1]" mode="line"/>
+    <xsl:apply-templates select="LogicalDriveNum[1]" mode="line"/>
+    <xsl:apply-templates select="ObjState[1]" mode="line"/>
+    <xsl:apply-templates select="Length[1]" mode="size-line"/>
+    <xsl:apply-templates select="TarnCache[1]" mode="line"/>
   </xsl:template>
 
   <xsl:template match="QXStorageObject[ObjType = 'cachedlun']">
-    <xsl:apply-templates select="CacheLunName" mode="line"/>
-    <xsl:apply-templates select="GlobalNo" mode="line"/>
-    <xsl:apply-templates select="LogicalDriveNum" mode="line"/>
-    <xsl:apply-templates select="ObjState" mode="line"/>
-    <xsl:apply-templates select="CacheLunMode" mode="line"/>
+    <xsl:apply-templates select="CacheLunName[1]" mode="line"/>
+    <xsl:apply-templates select="GlobalNo[1]" mode="line"/>
+    <xsl:apply-templates select="LogicalDriveNum[1]" mode="line"/>
+    <xsl:apply-templates select="ObjState[1]" mode="line"/>
+    <xsl:apply-templates select="CacheLunMode[1]" mode="line"/>
   </xsl:template>
 </xsl:stylesheet>
