@@ -122,8 +122,9 @@ class Renderer {
     Renderer(const Renderer&) = delete;
     Renderer& operator=(const Renderer&) = delete;
     // Renders a document with a stylesheet (path relative to share/vk);
-    // a HostError when either cannot be used. The answer's status and
-    // message go to *status when given.
+    // a HostError when either cannot be used. When status is given, the
+    // answer's status and message go there, and a failed answer is not
+    // rendered (its text is empty).
     std::string Render(std::string_view xml, const std::string& styleSheet,
                        XmlAnswer* status = nullptr);
 

@@ -228,14 +228,8 @@ class Responder {
         const std::string_view xml(resp.pDataBuf);
         XmlAnswer answer;
         if (format_ == Format::Text) {
-            // The status is read as the answer is rendered, in one pass; a
-            // rendering failure counts only for an answer that succeeded.
-            try {
-                out.text = renderer().Render(xml, StyleOf(resp), &answer);
-            } catch (const HostError&) {
-                answer = ReadXmlAnswer(xml, false);
-                if (!answer.Failed()) throw;
-            }
+            // The status is read as the answer is rendered, in one pass.
+            out.text = renderer().Render(xml, StyleOf(resp), &answer);
         } else {
             if (format_ == Format::Xml) out.xml = xml;
             answer = ReadXmlAnswer(xml, format_ == Format::Json);

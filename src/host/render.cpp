@@ -440,7 +440,12 @@ Renderer::~Renderer() = default;
 std::string Renderer::Render(std::string_view xml, const std::string& styleSheet,
                              XmlAnswer* status) {
     RenderState& state = *state_;
-    const Sheet& sheet = Load(state, styleSheet);
+    // The stylesheet is parsed once there is something to render with it.
+    const Sheet* sheet = nullptr;
+    const auto use = [&]() -> const Sheet& {
+        if (sheet == nullptr) sheet = &Load(state, styleSheet);
+        return *sheet;
+    };
     const ParserPtr parser(xmlCreatePushParserCtxt(nullptr, nullptr, nullptr, 0, "answer.xml"));
     if (!parser) throw HostError(kExitFailure, "out of memory while rendering");
     xmlCtxtUseOptions(parser.get(), kParseOptions);
@@ -456,7 +461,7 @@ std::string Renderer::Render(std::string_view xml, const std::string& styleSheet
         at += size;
         if (!parser->wellFormed) NotWellFormed(xmlCtxtGetLastError(parser.get()));
         xmlNode* root = parser->myDoc != nullptr ? xmlDocGetRootElement(parser->myDoc) : nullptr;
-        if (root == nullptr || !sheet.parts) continue;
+        if (root == nullptr) continue;
         // The child still being parsed stays where the parser puts it.
         const xmlNode* open = parser->nodeNr >= 2 ? root->last : nullptr;
         if (!parts) {
@@ -465,11 +470,11 @@ std::string Renderer::Render(std::string_view xml, const std::string& styleSheet
                 counted = child;
                 if (IsElement(child, kObjectTag)) ++finished;
             }
-            if (finished <= state.partObjects) continue;
+            if (finished <= state.partObjects || !use().parts) continue;
             // The text of a report is shorter than its answer.
             parts.emplace(root, parser->dict, state.partObjects, xml.size(),
-                          [&state, &sheet](xmlDoc* doc, Params params, std::string& out) {
-                              Apply(state, sheet, doc, params, out);
+                          [&state, &use](xmlDoc* doc, Params params, std::string& out) {
+                              Apply(state, use(), doc, params, out);
                           });
         }
         while (root->children != nullptr && root->children != open) {
@@ -485,20 +490,21 @@ std::string Renderer::Render(std::string_view xml, const std::string& styleSheet
     std::string text;
     if (parts) {
         text = parts->Finish(answer);
-        if (status != nullptr) *status = answer;
-        if (!answer.Failed()) return text;
-        // The parts were written as for a successful answer; a failed one
-        // (which carries few objects, if any) is rendered whole instead.
-        text.clear();
-        const DocPtr whole(xmlReadMemory(xml.data(), static_cast<int>(xml.size()), "answer.xml",
-                                         nullptr, kParseOptions));
-        if (!whole) NotWellFormed(xmlGetLastError());
-        Apply(state, sheet, whole.get(), {}, text);
-        return text;
+    } else {
+        FindStatus(xmlDocGetRootElement(parser->myDoc), answer);
+        if (status == nullptr || !answer.Failed()) Apply(state, use(), parser->myDoc, {}, text);
     }
-    if (status != nullptr) FindStatus(xmlDocGetRootElement(parser->myDoc), answer);
-    Apply(state, sheet, parser->myDoc, {}, text);
+    const bool failed = answer.Failed();
     if (status != nullptr) *status = std::move(answer);
+    if (!parts || !failed) return text;
+    text.clear();
+    if (status != nullptr) return text;
+    // The parts were written as for a successful answer; a failed one
+    // (which carries few objects, if any) is rendered whole instead.
+    const DocPtr whole(xmlReadMemory(xml.data(), static_cast<int>(xml.size()), "answer.xml",
+                                     nullptr, kParseOptions));
+    if (!whole) NotWellFormed(xmlGetLastError());
+    Apply(state, use(), whole.get(), {}, text);
     return text;
 }
 

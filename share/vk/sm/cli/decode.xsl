@@ -1,8 +1,9 @@
 <?xml version="1.0" encoding="UTF-8"?>
 <!-- Decoding of the data agent's codes into words, shared by every report
-     stylesheet. Each named template takes the raw value as "v" and writes
-     the word; a code it does not know is written as "Unknown (code)" so that
-     nothing is hidden. The codes are those of the data agent kvda. -->
+     stylesheet. Each named template takes the raw value as "v" (by default
+     the text of the context node) and writes the word; a code it does not
+     know is written as "Unknown (code)" so that nothing is hidden. The codes
+     are those of the data agent kvda. -->
 <xsl:stylesheet version="1.0"
     xmlns:xsl="http://www.w3.org/1999/XSL/Transform"
     xmlns:str="http://exslt.org/strings"
@@ -12,7 +13,7 @@
   <xsl:variable name="label-width" select="24"/>
 
   <xsl:template name="unknown">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:value-of select="concat('Unknown (', $v, ')')"/>
   </xsl:template>
 
@@ -37,7 +38,7 @@
   <!-- Object states. A battery's 8 is charging; for every other object
        8 is offline. -->
   <xsl:template name="state">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:param name="kind"/>
     <xsl:choose>
       <xsl:when test="$v = 1">Ready</xsl:when>
@@ -59,7 +60,7 @@
 
   <!-- Bus protocols; a PCIe device that speaks NVMe is called so. -->
   <xsl:template name="bus">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:param name="nvme" select="'0'"/>
     <xsl:choose>
       <xsl:when test="$v = 1">SCSI</xsl:when>
@@ -74,7 +75,7 @@
   </xsl:template>
 
   <xsl:template name="media">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 1">HDD</xsl:when>
       <xsl:when test="$v = 2">SSD</xsl:when>
@@ -86,7 +87,7 @@
 
   <!-- RAID layouts (one bit each). -->
   <xsl:template name="layout">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 1">Concatenated</xsl:when>
       <xsl:when test="$v = 2">RAID-0</xsl:when>
@@ -106,7 +107,7 @@
 
   <!-- Stripe sizes count 512-byte sectors (one bit each). -->
   <xsl:template name="stripe">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 1">512 bytes</xsl:when>
       <xsl:when test="$v = 2 or $v = 4 or $v = 8 or $v = 16 or $v = 32 or $v = 64 or $v = 128 or $v = 256 or $v = 512 or $v = 1024">
@@ -122,7 +123,7 @@
   </xsl:template>
 
   <xsl:template name="read-policy">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 1">Read Cache</xsl:when>
       <xsl:when test="$v = 2">No Read Cache</xsl:when>
@@ -136,7 +137,7 @@
   </xsl:template>
 
   <xsl:template name="write-policy">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 1">Write Cache</xsl:when>
       <xsl:when test="$v = 2">No Write Cache</xsl:when>
@@ -151,7 +152,7 @@
   </xsl:template>
 
   <xsl:template name="cache-policy">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 1">Direct I/O</xsl:when>
       <xsl:when test="$v = 2">Cached I/O</xsl:when>
@@ -162,7 +163,7 @@
   </xsl:template>
 
   <xsl:template name="disk-cache-policy">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 1">Unchanged</xsl:when>
       <xsl:when test="$v = 2">Enabled</xsl:when>
@@ -175,7 +176,7 @@
   </xsl:template>
 
   <xsl:template name="controller-mode">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 1">RAID</xsl:when>
       <xsl:when test="$v = 2">HBA</xsl:when>
@@ -186,7 +187,7 @@
   </xsl:template>
 
   <xsl:template name="patrol-read-mode">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 1">Auto</xsl:when>
       <xsl:when test="$v = 2">Manual</xsl:when>
@@ -200,7 +201,7 @@
   <!-- Key management in force: none, a key kept on the controller, or a
        key from an external key server. -->
   <xsl:template name="security-mode">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 0">No Key</xsl:when>
       <xsl:when test="$v = 1">Local Key Management</xsl:when>
@@ -212,7 +213,7 @@
   </xsl:template>
 
   <xsl:template name="learn-mode">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 1">Auto</xsl:when>
       <xsl:when test="$v = 2">Warn</xsl:when>
@@ -223,7 +224,7 @@
   </xsl:template>
 
   <xsl:template name="enclosure-type">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 1">Backplane</xsl:when>
       <xsl:when test="$v = 2">Storage Shelf</xsl:when>
@@ -235,7 +236,7 @@
 
   <!-- Cache feature of a virtual disk or partition. -->
   <xsl:template name="cache-state">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 0">Disabled</xsl:when>
       <xsl:when test="$v = 1">Enabled</xsl:when>
@@ -248,7 +249,7 @@
 
   <!-- Cached-LUN modes as the agent stores them (the policy keywords). -->
   <xsl:template name="cache-lun-mode">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 'wb'">Write Back</xsl:when>
       <xsl:when test="$v = 'wt'">Write Through</xsl:when>
@@ -260,7 +261,7 @@
   </xsl:template>
 
   <xsl:template name="yes-no">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 1">Yes</xsl:when>
       <xsl:otherwise>No</xsl:otherwise>
@@ -268,7 +269,7 @@
   </xsl:template>
 
   <xsl:template name="enabled">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$v = 1">Enabled</xsl:when>
       <xsl:otherwise>Disabled</xsl:otherwise>
@@ -278,7 +279,7 @@
   <!-- A size in bytes: GB below one terabyte, TB from there, two decimals
        (binary units, as the agent counts capacity). -->
   <xsl:template name="size">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="string(number($v)) = 'NaN'">
         <xsl:call-template name="unknown"><xsl:with-param name="v" select="$v"/></xsl:call-template>
@@ -293,7 +294,7 @@
   </xsl:template>
 
   <xsl:template name="percent">
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:value-of select="concat($v, '%')"/>
   </xsl:template>
 
@@ -323,38 +324,18 @@
   </xsl:template>
 
   <xsl:template match="Name" mode="line"><xsl:value-of select="concat('Name                     : ', ., '&#10;')"/></xsl:template>
-  <xsl:template match="ObjState" mode="line">
-    <xsl:text>Status                   : </xsl:text>
-    <xsl:call-template name="state"><xsl:with-param name="v" select="string(.)"/><xsl:with-param name="kind" select="string(../ObjType)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
+  <xsl:template match="ObjState" mode="line">Status                   : <xsl:call-template name="state"><xsl:with-param name="kind" select="string(../ObjType)"/></xsl:call-template><xsl:text>&#10;</xsl:text></xsl:template>
   <xsl:template match="GlobalNo" mode="line"><xsl:value-of select="concat('Controller               : ', ., '&#10;')"/></xsl:template>
   <xsl:template match="LogicalDriveNum" mode="line"><xsl:value-of select="concat('Virtual Disk             : ', ., '&#10;')"/></xsl:template>
-  <xsl:template match="BusProtocol" mode="line">
-    <xsl:text>Bus Protocol             : </xsl:text>
-    <xsl:call-template name="bus"><xsl:with-param name="v" select="string(.)"/><xsl:with-param name="nvme" select="string(../IsDeviceNVME)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="MediaType" mode="line">
-    <xsl:text>Media                    : </xsl:text>
-    <xsl:call-template name="media"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="Length" mode="line">
-    <xsl:text>Capacity                 : </xsl:text>
-    <xsl:call-template name="size"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
+  <xsl:template match="BusProtocol" mode="line">Bus Protocol             : <xsl:call-template name="bus"><xsl:with-param name="nvme" select="string(../IsDeviceNVME)"/></xsl:call-template><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="MediaType" mode="line">Media                    : <xsl:call-template name="media"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="Length" mode="line">Capacity                 : <xsl:call-template name="size"/><xsl:text>&#10;</xsl:text></xsl:template>
   <xsl:template match="Vendor" mode="line"><xsl:value-of select="concat('Vendor                   : ', ., '&#10;')"/></xsl:template>
   <xsl:template match="ProductID" mode="line"><xsl:value-of select="concat('Product ID               : ', ., '&#10;')"/></xsl:template>
   <xsl:template match="SerialNo" mode="line"><xsl:value-of select="concat('Serial Number            : ', ., '&#10;')"/></xsl:template>
   <xsl:template match="FirmwareVer" mode="line"><xsl:value-of select="concat('Firmware Version         : ', ., '&#10;')"/></xsl:template>
   <xsl:template match="DriverVersion" mode="line"><xsl:value-of select="concat('Driver Version           : ', ., '&#10;')"/></xsl:template>
-  <xsl:template match="ControllerMode" mode="line">
-    <xsl:text>Mode                     : </xsl:text>
-    <xsl:call-template name="controller-mode"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
+  <xsl:template match="ControllerMode" mode="line">Mode                     : <xsl:call-template name="controller-mode"/><xsl:text>&#10;</xsl:text></xsl:template>
   <xsl:template match="CacheSize" mode="line"><xsl:value-of select="concat('Cache Memory Size        : ', ., ' MB&#10;')"/></xsl:template>
   <xsl:template match="MaxVDAllowed" mode="line"><xsl:value-of select="concat('Maximum Virtual Disks    : ', ., '&#10;')"/></xsl:template>
   <xsl:template match="RAIDLevelsMask" mode="line">
@@ -392,11 +373,7 @@
   <xsl:template match="CheckConsistencyRate" mode="line"><xsl:value-of select="concat('Check Consistency Rate   : ', ., '%&#10;')"/></xsl:template>
   <xsl:template match="ReconstructRate" mode="line"><xsl:value-of select="concat('Reconstruct Rate         : ', ., '%&#10;')"/></xsl:template>
   <xsl:template match="PatrolReadRate" mode="line"><xsl:value-of select="concat('Patrol Read Rate         : ', ., '%&#10;')"/></xsl:template>
-  <xsl:template match="PatrolReadMode" mode="line">
-    <xsl:text>Patrol Read Mode         : </xsl:text>
-    <xsl:call-template name="patrol-read-mode"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
+  <xsl:template match="PatrolReadMode" mode="line">Patrol Read Mode         : <xsl:call-template name="patrol-read-mode"/><xsl:text>&#10;</xsl:text></xsl:template>
   <xsl:template match="PatrolReadState" mode="line">
     <xsl:text>Patrol Read State        : </xsl:text>
     <xsl:choose>
@@ -404,16 +381,8 @@
       <xsl:otherwise>Stopped&#10;</xsl:otherwise>
     </xsl:choose>
   </xsl:template>
-  <xsl:template match="SecurityMode" mode="line">
-    <xsl:text>Key Management           : </xsl:text>
-    <xsl:call-template name="security-mode"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="PreservedCache" mode="line">
-    <xsl:text>Preserved Cache          : </xsl:text>
-    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
+  <xsl:template match="SecurityMode" mode="line">Key Management           : <xsl:call-template name="security-mode"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="PreservedCache" mode="line">Preserved Cache          : <xsl:call-template name="yes-no"/><xsl:text>&#10;</xsl:text></xsl:template>
   <xsl:template match="SupportPowerSavings" mode="line">
     <xsl:text>Power Savings            : </xsl:text>
     <xsl:choose>
@@ -422,90 +391,26 @@
     </xsl:choose>
   </xsl:template>
   <xsl:template match="SpinDownTime" mode="line"><xsl:value-of select="concat('Spin Down Time           : ', ., ' minutes&#10;')"/></xsl:template>
-  <xsl:template match="Layout" mode="line">
-    <xsl:text>Layout                   : </xsl:text>
-    <xsl:call-template name="layout"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="StripeSize" mode="line">
-    <xsl:text>Stripe Size              : </xsl:text>
-    <xsl:call-template name="stripe"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="ReadPolicy" mode="line">
-    <xsl:text>Read Policy              : </xsl:text>
-    <xsl:call-template name="read-policy"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="WritePolicy" mode="line">
-    <xsl:text>Write Policy             : </xsl:text>
-    <xsl:call-template name="write-policy"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="CachePolicy" mode="line">
-    <xsl:text>Cache Policy             : </xsl:text>
-    <xsl:call-template name="cache-policy"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="DiskCachePolicy" mode="line">
-    <xsl:text>Disk Cache Policy        : </xsl:text>
-    <xsl:call-template name="disk-cache-policy"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="diskwritecachepolicy" mode="line">
-    <xsl:text>Disk Cache Policy        : </xsl:text>
-    <xsl:call-template name="disk-cache-policy"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
+  <xsl:template match="Layout" mode="line">Layout                   : <xsl:call-template name="layout"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="StripeSize" mode="line">Stripe Size              : <xsl:call-template name="stripe"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="ReadPolicy" mode="line">Read Policy              : <xsl:call-template name="read-policy"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="WritePolicy" mode="line">Write Policy             : <xsl:call-template name="write-policy"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="CachePolicy" mode="line">Cache Policy             : <xsl:call-template name="cache-policy"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="DiskCachePolicy" mode="line">Disk Cache Policy        : <xsl:call-template name="disk-cache-policy"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="diskwritecachepolicy" mode="line">Disk Cache Policy        : <xsl:call-template name="disk-cache-policy"/><xsl:text>&#10;</xsl:text></xsl:template>
   <xsl:template match="DeviceName" mode="line"><xsl:value-of select="concat('Device Name              : ', ., '&#10;')"/></xsl:template>
   <xsl:template match="SpanCount" mode="line"><xsl:value-of select="concat('Spans                    : ', ., '&#10;')"/></xsl:template>
-  <xsl:template match="Secured" mode="line">
-    <xsl:text>Encrypted                : </xsl:text>
-    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="IsSSC" mode="line">
-    <xsl:text>CacheCade                : </xsl:text>
-    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="TarnCache" mode="line">
-    <xsl:text>Tarn Cache               : </xsl:text>
-    <xsl:call-template name="cache-state"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="TarnCacheState" mode="line">
-    <xsl:text>Tarn Cache               : </xsl:text>
-    <xsl:call-template name="cache-state"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="WriteCache" mode="line">
-    <xsl:text>Write Cache              : </xsl:text>
-    <xsl:call-template name="enabled"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="ISECapable" mode="line">
-    <xsl:text>Instant Secure Erase     : </xsl:text>
-    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="InCachePool" mode="line">
-    <xsl:text>In Cache Pool            : </xsl:text>
-    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="Locked" mode="line">
-    <xsl:text>Locked                   : </xsl:text>
-    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
+  <xsl:template match="Secured" mode="line">Encrypted                : <xsl:call-template name="yes-no"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="IsSSC" mode="line">CacheCade                : <xsl:call-template name="yes-no"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="TarnCache" mode="line">Tarn Cache               : <xsl:call-template name="cache-state"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="TarnCacheState" mode="line">Tarn Cache               : <xsl:call-template name="cache-state"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="WriteCache" mode="line">Write Cache              : <xsl:call-template name="enabled"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="ISECapable" mode="line">Instant Secure Erase     : <xsl:call-template name="yes-no"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="InCachePool" mode="line">In Cache Pool            : <xsl:call-template name="yes-no"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="Locked" mode="line">Locked                   : <xsl:call-template name="yes-no"/><xsl:text>&#10;</xsl:text></xsl:template>
   <xsl:template match="Progress" mode="line"><xsl:value-of select="concat('Progress                 : ', ., '%&#10;')"/></xsl:template>
   <xsl:template match="Charge" mode="line"><xsl:value-of select="concat('Charge                   : ', ., '%&#10;')"/></xsl:template>
-  <xsl:template match="LearnMode" mode="line">
-    <xsl:text>Learn Mode               : </xsl:text>
-    <xsl:call-template name="learn-mode"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
+  <xsl:template match="LearnMode" mode="line">Learn Mode               : <xsl:call-template name="learn-mode"/><xsl:text>&#10;</xsl:text></xsl:template>
   <xsl:template match="LearnState" mode="line">
     <xsl:text>Learn Cycle              : </xsl:text>
     <xsl:choose>
@@ -515,11 +420,7 @@
   </xsl:template>
   <xsl:template match="NextLearnTime" mode="line"><xsl:value-of select="concat('Next Learn Cycle In      : ', ., ' hours&#10;')"/></xsl:template>
   <xsl:template match="MaxLearnDelay" mode="line"><xsl:value-of select="concat('Maximum Learn Delay      : ', ., ' hours&#10;')"/></xsl:template>
-  <xsl:template match="EnclosureType" mode="line">
-    <xsl:text>Type                     : </xsl:text>
-    <xsl:call-template name="enclosure-type"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
+  <xsl:template match="EnclosureType" mode="line">Type                     : <xsl:call-template name="enclosure-type"/><xsl:text>&#10;</xsl:text></xsl:template>
   <xsl:template match="SlotCount" mode="line"><xsl:value-of select="concat('Slots                    : ', ., '&#10;')"/></xsl:template>
   <xsl:template match="ServiceTag" mode="line"><xsl:value-of select="concat('Service Tag              : ', ., '&#10;')"/></xsl:template>
   <xsl:template match="AssetTag" mode="line"><xsl:value-of select="concat('Asset Tag                : ', ., '&#10;')"/></xsl:template>
@@ -529,28 +430,12 @@
   <xsl:template match="Reading" mode="line"><xsl:value-of select="concat('Reading                  : ', ., ' C&#10;')"/></xsl:template>
   <xsl:template match="PartitionPath" mode="line"><xsl:value-of select="concat('Path                     : ', ., '&#10;')"/></xsl:template>
   <xsl:template match="CacheLunName" mode="line"><xsl:value-of select="concat('Name                     : ', ., '&#10;')"/></xsl:template>
-  <xsl:template match="CacheLunMode" mode="line">
-    <xsl:text>Mode                     : </xsl:text>
-    <xsl:call-template name="cache-lun-mode"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="SmartThermalShutdown" mode="line">
-    <xsl:text>Thermal Shutdown         : </xsl:text>
-    <xsl:call-template name="enabled"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
-  <xsl:template match="HotSpareProtectionPolicy" mode="line">
-    <xsl:text>Hot Spare Protection     : </xsl:text>
-    <xsl:call-template name="enabled"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
+  <xsl:template match="CacheLunMode" mode="line">Mode                     : <xsl:call-template name="cache-lun-mode"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="SmartThermalShutdown" mode="line">Thermal Shutdown         : <xsl:call-template name="enabled"/><xsl:text>&#10;</xsl:text></xsl:template>
+  <xsl:template match="HotSpareProtectionPolicy" mode="line">Hot Spare Protection     : <xsl:call-template name="enabled"/><xsl:text>&#10;</xsl:text></xsl:template>
   <xsl:template match="RRWEThresholdSasSata" mode="line"><xsl:value-of select="concat('Endurance Alert SAS/SATA : ', ., '%&#10;')"/></xsl:template>
   <xsl:template match="RRWEThresholdPCIe" mode="line"><xsl:value-of select="concat('Endurance Alert PCIe     : ', ., '%&#10;')"/></xsl:template>
-  <xsl:template match="NonZornCertifiedMode" mode="line">
-    <xsl:text>Non-Certified Disks      : </xsl:text>
-    <xsl:call-template name="yes-no"><xsl:with-param name="v" select="string(.)"/></xsl:call-template>
-    <xsl:text>&#10;</xsl:text>
-  </xsl:template>
+  <xsl:template match="NonZornCertifiedMode" mode="line">Non-Certified Disks      : <xsl:call-template name="yes-no"/><xsl:text>&#10;</xsl:text></xsl:template>
 
 
   <!-- Bit n (0 = least significant) of a mask string, most significant
@@ -583,12 +468,14 @@
     </xsl:choose>
   </xsl:template>
 
+  <!-- Walks from the least significant bit and stops past the most
+       significant one that is set. -->
   <xsl:template name="mask-walk">
     <xsl:param name="mask"/>
     <xsl:param name="what"/>
     <xsl:param name="pos"/>
     <xsl:param name="value"/>
-    <xsl:if test="$pos &gt; 0">
+    <xsl:if test="$pos &gt; 0 and contains(substring($mask, 1, $pos), '1')">
       <xsl:if test="substring($mask, $pos, 1) = '1'">
         <xsl:text>, </xsl:text>
         <xsl:call-template name="decode">
@@ -607,7 +494,7 @@
 
   <xsl:template name="decode">
     <xsl:param name="what"/>
-    <xsl:param name="v"/>
+    <xsl:param name="v" select="string(.)"/>
     <xsl:choose>
       <xsl:when test="$what = 'layout'">
         <xsl:call-template name="layout"><xsl:with-param name="v" select="$v"/></xsl:call-template>

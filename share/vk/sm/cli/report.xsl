@@ -14,7 +14,11 @@
      part's objects whole and, of each later run of objects alike in
      ObjType, GlobalNo and IsSSC, the first two with only those. So beyond
      the first part a title may ask whether objects of a kind, controller or
-     cachecade mark exist and whether there is one or more, nothing else. -->
+     cachecade mark exist and whether there is one or more, nothing else.
+
+     Blocks select a property as Tag[1]: each occurs once in an object, and
+     with the position libxml2 stops at it instead of walking every
+     property. -->
 <xsl:stylesheet version="1.0"
     xmlns:xsl="http://www.w3.org/1999/XSL/Transform">
   <xsl:include href="decode.xsl"/>
