@@ -170,13 +170,22 @@ TEST_F(HostTest, ExitStatusAndOutputFollowTheAnswer) {
 TEST_F(HostTest, FailuresOfRenderingAreInternal) {
     struct Case {
         std::vector<std::string> args;
+        const char* part;  // VK_RENDER_PART, objects rendered at a time
         const char* err;
     };
     const std::vector<Case> cases = {
-        {{"storage", "badxsl"}, "missing.xsl not found"},
-        {{"storage", "badxml"}, "the plug-in's answer is not well-formed XML"},
+        {{"storage", "badxsl"}, nullptr, "missing.xsl not found"},
+        {{"storage", "badxml"}, nullptr, "the plug-in's answer is not well-formed XML"},
+        {{"storage", "badxml"}, "1", "the plug-in's answer is not well-formed XML"},
+        {{"storage", "pdisk"},
+         "all",
+         "VK_RENDER_PART must be a number of objects from 1, not 'all'"},
+        {{"storage", "pdisk"}, "0", "VK_RENDER_PART must be a number of objects from 1, not '0'"},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.args[1] + " " + (c.part != nullptr ? c.part : ""));
+        env_["VK_RENDER_PART"] =
+            c.part != nullptr ? std::optional<std::string>(c.part) : std::nullopt;
         const Result r = Run("vkreport", c.args);
         EXPECT_EQ(r.exit, 4);
         EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
