@@ -7,6 +7,7 @@ declare -A groups=(
   [build]="build-essential cmake ninja-build pkg-config git ccache
            libxml2-dev libxslt1-dev libsqlite3-dev nlohmann-json3-dev
            libgtest-dev libgmock-dev googletest libbenchmark-dev clang-format"
+  [bench]="python3 strace"
 )
 
 want=(build "$@")
