@@ -9,7 +9,7 @@ DOCUMENTATION = r'''
 module: vk_command
 short_description: Run one vkconfig storage command line
 description:
-  - The way to any configuration command that no other module of the collection covers: runs
+  - The way to any configuration command that no other module of the collection covers; runs
     one C(vkconfig storage) command line, given as a list of words.
   - The task is C(changed) when the command is carried out; a refusal fails it with the
     message number and its two arguments.
@@ -27,6 +27,7 @@ attributes:
       C(requests) shows what would have been sent.
   diff_mode:
     support: none
+    description: The module cannot know what the command changes.
 options:
   argv:
     description:

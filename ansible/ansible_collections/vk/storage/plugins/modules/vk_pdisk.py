@@ -142,18 +142,19 @@ def plan(module, obj):
     after = dict(before)
     steps = []
     state = number(obj, 'ObjState')
+    converted = False
     if p['state'] == 'ready' and state != READY:
         if state != NON_RAID:
             module.fail_json(msg='Physical disk %s is %s: only a non-RAID disk can be made ready'
                                  % (disk, before['state']))
         steps.append(Step(['pdisk', 'action=convertNonRAIDtoRAID'] + target))
         after['state'] = 'ready'
+        converted = True
     elif p['state'] in STATE_ACTIONS:
         value, action = STATE_ACTIONS[p['state']]
         if state != value:
             steps.append(Step(['pdisk', 'action=%s' % action] + target))
             after['state'] = p['state']
-    converted = bool(steps)
 
     def add(words, option, value):
         # Settings after a conversion apply to the disk it makes.

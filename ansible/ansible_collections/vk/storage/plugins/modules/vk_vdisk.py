@@ -14,8 +14,9 @@ description:
   - Reads the present state first and runs C(vkconfig) only for the difference, so a second
     run of the same task changes nothing.
   - A virtual disk that exists with other policies gets them changed. One with another RAID
-    level, stripe size, more disks or a larger size is refused unless I(reconfigure=true);
-    virtual disks never shrink and never give up disks, so such a request is always refused.
+    level, stripe size, more disks or a larger size is refused unless I(reconfigure=true).
+  - Virtual disks never shrink and never give up member disks; a smaller size or fewer disks
+    than the virtual disk has is always refused.
 version_added: 1.0.0
 author:
   - vk storage tools developers (!UNKNOWN)
