@@ -71,4 +71,3 @@ def vdisk(number, name, layout=64, length=4 * 1024 ** 4, **tags):
 
 def answer(objs):
     return (0, {'status': 'ok', 'text': '', 'objects': objs})
-
