@@ -57,7 +57,7 @@ CACHECADE_MEMBER = 0x800
 # A disk with any of these has a role and cannot join a new virtual disk.
 ROLE_BITS = GLOBAL_HOT_SPARE | MEMBER | LEFT_OUT | DEDICATED_HOT_SPARE | CACHECADE_MEMBER
 
-# Where each kind of object sits in vk_storage, and the tags that make its identifier.
+# The list of a controller's entry in vk_storage that holds each kind of object.
 KIND_KEYS = {'connector': 'connectors', 'enclosure': 'enclosures', 'pdisk': 'pdisks',
              'vdisk': 'vdisks', 'battery': 'batteries'}
 

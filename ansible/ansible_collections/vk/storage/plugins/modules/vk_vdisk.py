@@ -208,9 +208,10 @@ def describe(vd, members):
 
 
 class VdiskPlan(object):
-    def __init__(self, module, cli):
+    """The steps from the virtual disk as it is to the task's wish, with the diff's before and after."""
+
+    def __init__(self, module):
         self.module = module
-        self.cli = cli
         self.p = module.params
         self.ctrl = self.p['controller']
         self.steps = []
@@ -218,7 +219,7 @@ class VdiskPlan(object):
         self.after = {}
 
     def fail(self, msg):
-        self.module.fail_json(msg=msg, commands=list(self.cli.commands))
+        self.module.fail_json(msg=msg)
 
     def check_size(self):
         if self.p['size'] is None:
@@ -404,7 +405,7 @@ def main():
         supports_check_mode=True,
     )
     cli = VkCli(module)
-    plan = VdiskPlan(module, cli)
+    plan = VdiskPlan(module)
     ctrl, name = module.params['controller'], module.params['name']
     objs = controller_objects(cli, ctrl)
     vd = find_vdisk(objs, name)

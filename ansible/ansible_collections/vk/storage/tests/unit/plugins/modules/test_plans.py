@@ -29,7 +29,7 @@ VDISK_OPTIONS = dict(controller=0, name='Web', state='present', raid=None, size=
 
 def vdisk_plan(objs, **params):
     module = FakeModule(dict(VDISK_OPTIONS, **params))
-    plan = vk_vdisk.VdiskPlan(module, VkCli(module))
+    plan = vk_vdisk.VdiskPlan(module)
     vd = vk_vdisk.find_vdisk(objs, module.params['name'])
     members = MEMBERS if vd is WEB else []
     try:
