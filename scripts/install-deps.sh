@@ -8,7 +8,7 @@ declare -A groups=(
            libxml2-dev libxslt1-dev libsqlite3-dev nlohmann-json3-dev
            libgtest-dev libgmock-dev googletest libbenchmark-dev clang-format"
   [ansible]="ansible-core python3-pytest python3-pytest-xdist python3-pytest-forked
-             python3-voluptuous python3-pycodestyle pylint yamllint"
+             python3-venv python3-voluptuous python3-pycodestyle pylint yamllint"
 )
 
 want=(build "$@")
