@@ -7,6 +7,8 @@ declare -A groups=(
   [build]="build-essential cmake ninja-build pkg-config git ccache
            libxml2-dev libxslt1-dev libsqlite3-dev nlohmann-json3-dev
            libgtest-dev libgmock-dev googletest libbenchmark-dev clang-format"
+  [ansible]="ansible-core python3-pytest python3-pytest-xdist python3-pytest-forked
+             python3-venv python3-voluptuous python3-pycodestyle pylint yamllint"
 )
 
 want=(build "$@")
