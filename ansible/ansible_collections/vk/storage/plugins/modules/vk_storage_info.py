@@ -15,6 +15,8 @@ description:
   - Each object is the JSON object of the reports, one key per tag (C(Name), C(ObjState),
     C(Layout), ...), with an added C(id) that is the identifier the commands take
     (C(0:0:4) for a disk, C(1) for a virtual disk).
+  - The estate is also set as the host fact C(vk_storage), so later tasks can write
+    C(vk_storage.controllers[0].vdisks) without registering the result.
   - Never changes anything.
 version_added: 1.0.0
 author:
@@ -56,6 +58,10 @@ EXAMPLES = r'''
     controllers: [0]
     kinds: [vdisks]
   register: vdisks
+
+- name: The same through the host fact the module sets
+  ansible.builtin.debug:
+    msg: "{{ vk_storage.controllers[0].vdisks | map(attribute='Name') | list }}"
 
 - name: Fail when a disk has failed
   ansible.builtin.assert:
@@ -172,7 +178,8 @@ def main():
     )
     cli = VkCli(module)
     estate = gather(cli, module.params['controllers'], module.params['kinds'])
-    module.exit_json(**cli.result(changed=False, vk_storage=estate))
+    module.exit_json(**cli.result(changed=False, vk_storage=estate,
+                                  ansible_facts=dict(vk_storage=estate)))
 
 
 if __name__ == '__main__':
