@@ -8,6 +8,7 @@
 #include "agent.h"
 #include "answer.h"
 #include "mechanics.h"
+#include "passphrase.h"
 
 namespace kvda {
 
@@ -550,15 +551,7 @@ std::string journalLine(const std::vector<std::string>& pairs) {
     std::string line;
     for (const std::string& p : pairs) {
         if (!line.empty()) line += ' ';
-        auto eq = p.find('=');
-        std::string name = p.substr(0, eq);
-        std::string lower = name;
-        std::transform(lower.begin(), lower.end(), lower.begin(),
-                       [](unsigned char ch) { return static_cast<char>(std::tolower(ch)); });
-        if (eq != std::string::npos && lower.find("passphrase") != std::string::npos)
-            line += name + "=***";
-        else
-            line += p;
+        line += vk::HidePassphrase(p);
     }
     return line;
 }

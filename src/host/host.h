@@ -43,6 +43,17 @@ struct HostError : std::runtime_error {
 // One storage object: its child elements' tags and texts, in order.
 using StorageObject = std::vector<std::pair<std::string, std::string>>;
 
+// What the text shows for one storage object's codes: each decoded tag with
+// its words ("ObjState" -> "Ready"), and the sizes among them in bytes.
+struct ObjectLabels {
+    StorageObject decoded;
+    std::vector<std::pair<std::string, uint64_t>> bytes;
+};
+
+// Version of the JSON document's layout; raised when a field changes
+// meaning or goes away (new fields leave it as it is).
+inline constexpr int kJsonSchemaVersion = 1;
+
 // Everything a run produces, ready to be written in the asked format.
 struct Outcome {
     int exitCode = kExitDone;
@@ -54,9 +65,24 @@ struct Outcome {
     std::string diagnostic;            // the one line for standard error (refusals, errors)
     std::vector<std::string> request;  // pairs sent or to be sent, pass phrases hidden
     std::vector<StorageObject> objects;
-    std::string console;  // what the plug-in wrote to standard output
-    std::string xml;      // the document for --format=xml
+    std::vector<ObjectLabels> labels;  // one per object, for JSON (may be empty)
+    std::string console;               // what the plug-in wrote to standard output
+    std::string xml;                   // the document for --format=xml
 };
+
+// The program's own options and the command words after them.
+struct Options {
+    Format format = Format::Text;
+    bool dryRun = false;
+    bool help = false;
+    bool version = false;
+    bool describe = false;
+    std::vector<std::string> words;
+};
+
+// ---- the vocabulary dump (describe.cpp) ----
+// The machine-readable description of every command the program serves.
+Outcome Describe(const std::string& program, const Options& options);
 
 // ---- configuration and locations (config.cpp) ----
 struct Locations {
@@ -101,6 +127,11 @@ struct XmlAnswer {
     std::vector<StorageObject> objects;
 };
 XmlAnswer ReadXmlAnswer(const std::string& xml);
+// Reads the document the labels stylesheet makes of an answer: one entry
+// per storage object, in the answer's order.
+std::vector<ObjectLabels> ReadLabels(const std::string& xml);
+// The stylesheet (under share/vk) that decodes an answer's objects.
+inline constexpr std::string_view kLabelsStyleSheet = "sm/cli/labels.xsl";
 
 // Stylesheets parsed once per run and applied with the program's name.
 class Renderer {
@@ -124,8 +155,6 @@ class Renderer {
 };
 
 // ---- output (output.cpp) ----
-// "name=value" with the value hidden when the name mentions a pass phrase.
-std::string HidePassphrase(std::string_view pair);
 // Writes the outcome to standard output and standard error; returns the exit
 // status.
 int Emit(const Outcome& outcome, Format format, std::string_view program);

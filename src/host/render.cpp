@@ -112,6 +112,33 @@ XmlAnswer ReadXmlAnswer(const std::string& xml) {
     return answer;
 }
 
+std::vector<ObjectLabels> ReadLabels(const std::string& xml) {
+    const DocPtr doc = ParseAnswer(xml, "the decoded labels");
+    std::vector<ObjectLabels> labels;
+    const xmlNode* root = xmlDocGetRootElement(doc.get());
+    for (const xmlNode* object = root != nullptr ? root->children : nullptr; object != nullptr;
+         object = object->next) {
+        if (object->type != XML_ELEMENT_NODE || Name(object) != "Object") continue;
+        ObjectLabels entry;
+        for (const xmlNode* item = object->children; item != nullptr; item = item->next) {
+            if (item->type != XML_ELEMENT_NODE) continue;
+            const XmlCharPtr tag(xmlGetProp(item, reinterpret_cast<const xmlChar*>("tag")));
+            if (!tag) continue;
+            const std::string name = reinterpret_cast<const char*>(tag.get());
+            const std::string value = Content(item);
+            if (Name(item) == "Decoded") {
+                entry.decoded.emplace_back(name, value);
+            } else if (Name(item) == "Bytes" && !value.empty() &&
+                       value.find_first_not_of("0123456789") == std::string::npos &&
+                       value.size() <= 19) {
+                entry.bytes.emplace_back(name, std::stoull(value));
+            }
+        }
+        labels.push_back(std::move(entry));
+    }
+    return labels;
+}
+
 struct Renderer::Cache {
     std::map<std::string, StylePtr> styles;
 };

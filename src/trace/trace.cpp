@@ -3,6 +3,12 @@
 // entry and exit lines and the argument trace.
 #include "trace.h"
 
+#include <fcntl.h>
+#include <grp.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -10,6 +16,7 @@
 #include <string>
 #include <string_view>
 
+#include "passphrase.h"
 #include "text.h"
 
 namespace {
@@ -45,6 +52,34 @@ struct FileCloser {
 };
 using File = std::unique_ptr<FILE, FileCloser>;
 
+// The trace shows command lines and the estate's identifiers: a file it
+// creates is readable by its owner and the administrators' group only.
+constexpr mode_t kTraceFileMode = 0640;
+constexpr const char* kTraceGroup = "vkadmin";
+
+// Opens the trace file for writing ("w" truncates, "a" appends). A file
+// that is not there yet is created with kTraceFileMode and, where the group
+// exists and we may give it, the administrators' group.
+File OpenForWriting(const char* path, bool append) {
+    const int flags = O_WRONLY | O_CLOEXEC | (append ? O_APPEND : O_TRUNC);
+    int fd = open(path, flags | O_CREAT | O_EXCL, kTraceFileMode);
+    if (fd >= 0) {
+        // Best effort: the umask may have taken bits away, and a user outside
+        // the group cannot give the file to it.
+        const bool moded = fchmod(fd, kTraceFileMode) == 0;
+        const group* admins = getgrnam(kTraceGroup);
+        if (moded && admins != nullptr && fchown(fd, static_cast<uid_t>(-1), admins->gr_gid) != 0) {
+            // the file keeps its creator's group
+        }
+    } else if (errno == EEXIST) {
+        fd = open(path, flags);
+    }
+    if (fd < 0) return File();
+    File f(fdopen(fd, append ? "a" : "w"));
+    if (!f) close(fd);
+    return f;
+}
+
 // Leading decimal digits (optional blanks and sign first); 0 when there are
 // none. Values beyond 32 bits are clamped rather than wrapped.
 // Copies text into a fixed buffer, cut to fit.
@@ -62,7 +97,7 @@ int32_t ReadNumber(const char* text) {
 }
 
 void WriteDefaultSettings() {
-    File f(std::fopen(g_trace.path, "w"));
+    File f = OpenForWriting(g_trace.path, false);
     if (!f) return;  // an unwritable settings file is silently skipped
     std::fprintf(f.get(), "loglevel=%d\nlogtarget=%d\nlogpathfile=%s\n", g_trace.level,
                  g_trace.target, g_trace.path);
@@ -109,7 +144,7 @@ int32_t WriteText(const std::string& text) {
     if (g_trace.target < 0) return 0;
     if (g_trace.target == 0 || (g_trace.target & 1) != 0) {
         // Opened and closed around every write: no file stays open.
-        File f(std::fopen(g_trace.path, "a"));
+        File f = OpenForWriting(g_trace.path, true);
         if (f)
             written =
                 std::fputs(text.c_str(), f.get()) >= 0 ? static_cast<int32_t>(text.size()) : 0;
@@ -223,8 +258,10 @@ void LogCLIArgs(const char** argv, uint32_t argc) {
     if (argc > 0 && SysDbgIsLevelEnabled(TRACE_LEVEL_DETAIL)) SysDbgPrint("KVCLP:CLI_ARGS:");
     for (uint32_t i = 0; i < argc; ++i) {
         const char* arg = argv[i] != nullptr ? argv[i] : "";
-        // Pass phrases never reach the trace.
-        if (i > 0 && std::strstr(arg, "passphrase") != nullptr) continue;
+        // Pass phrases never reach the trace: an argument spelt with the
+        // lower-case word is left out (the host lower-cases every name that
+        // mentions a pass phrase before it hands the line over).
+        if (i > 0 && vk::MentionsPassphrase(arg, vk::PassphraseCase::Exact)) continue;
         if (SysDbgIsLevelEnabled(TRACE_LEVEL_DETAIL)) SysDbgPrint("%s ", arg);
     }
     if (SysDbgIsLevelEnabled(TRACE_LEVEL_DETAIL)) SysDbgPrint("\n");

@@ -87,8 +87,14 @@ TEST(CcdtTest, SendCallsTheMatchedHandler) {
     Resp r(CLPSSendRequest(3, argv.data(), table.data(), 2, &state));
     ASSERT_NE(r, nullptr);
     EXPECT_EQ(r->msgId, 2u);
+    // A word no row knows is named instead of being passed to a handler.
     auto other = Words({"vk", "config"});
-    EXPECT_EQ(CLPSSendRequest(2, other.data(), table.data(), 2, &state), nullptr);
+    Resp unknown(CLPSSendRequest(2, other.data(), table.data(), 2, &state));
+    ASSERT_NE(unknown, nullptr);
+    EXPECT_EQ(unknown->msgId, static_cast<uint32_t>(CLPS_MSG_BAD_WORD));
+    EXPECT_STREQ(unknown->msgArg1, "config");
+    auto foreign = Words({"xx", "report"});
+    EXPECT_EQ(CLPSSendRequest(2, foreign.data(), table.data(), 2, &state), nullptr);
     EXPECT_EQ(CLPSFindCCDTRow(3, argv.data(), nullptr, 2), nullptr);
 }
 
@@ -126,7 +132,10 @@ TEST(UsageTest, HelpWords) {
     const std::vector<Case> cases = {
         {Words({"vkreport", "storage", "-?"}),    1},
         {Words({"vkreport", "storage", "HELP"}),  1},
-        {Words({"help"}),                         1},
+        {Words({"vkreport", "-h", "storage"}),    1},
+        {Words({"vkreport", "storage", "--Help"}), 1},
+        {Words({"help"}),                         0},  // the program's name
+        {Words({"vkreport", "--helpme"}),         0},
         {Words({"vkreport", "storage", "pdisk", "controller=0", "-?"}), 1},
         {Words({"vkreport", "storage"}),          0},
         {Words({"vkreport", "helpme"}),           0},

@@ -163,8 +163,9 @@ TEST_F(PluginTest, BareCommandsOnlyAnswerHelp) {
         {"vkconfig storage",             7, 0},
         {"vkconfig storage -?",          7, 6001},
         {"VKCONFIG storage HELP",        7, 6001},
-        {"vkreport storage nosuch",      1, 0},
         {"vkconfig storage nosuch -?",   7, 6001},
+        {"vkconfig storage -h vdisk action=deletevdisk controller=0 vdisk=1", 7, 6001},
+        {"vkreport storage --help pdisk", 1, 6000},
     };
     // clang-format on
     for (const auto& c : cases) {
@@ -185,25 +186,49 @@ TEST_F(PluginTest, BareCommandsOnlyAnswerHelp) {
     }
 }
 
-TEST_F(PluginTest, UnknownLinesHaveNoRightsAndNoAnswer) {
-    const std::vector<const char*> lines = {
-        "",
-        "vkreport",
-        "vkconfig",
-        "vkreport system",
-        "vkreport system nosuch",
-        "vkreport servermodule",
-        "vkreport chassis",
-        "vkreportstorage pdisk",
-        "vkreport storagepdisk",
-        "vkreport storages pdisk",
-        "storage pdisk",
-        "vkconfig system version",
+// Words no row accounts for are named, with the nearest known words when
+// some are close; a line that does not even begin with a program of ours
+// is not answered. Rights are those of the row matched so far, if any.
+TEST_F(PluginTest, UnknownWordsAreNamedWithTheNearestKnownOnes) {
+    struct Case {
+        const char* line;
+        uint32_t rights;
+        uint32_t msgId;  // 0: no response
+        const char* arg1;
+        const char* arg2;
     };
-    for (const char* line : lines) {
-        SCOPED_TRACE(line);
-        EXPECT_EQ(Rights(line), 0u);
-        EXPECT_EQ(Send(line).get(), nullptr);
+    // clang-format off
+    const std::vector<Case> cases = {
+        {"",                                   0, 0,    "", ""},
+        {"storage pdisk",                      0, 0,    "", ""},
+        {"vkreportstorage pdisk",              0, 0,    "", ""},
+        {"vkreport",                           0, CLPS_MSG_NO_MATCHING_ROW, "vkreport", "system, servermodule, storage"},
+        {"vkreport system",                    0, CLPS_MSG_NO_MATCHING_ROW, "vkreport system", "version, alertlog, summary"},
+        {"vkreport servermodule controller=0", 0, CLPS_MSG_NO_MATCHING_ROW, "vkreport servermodule", "version, alertlog, summary"},
+        {"vkreport system nosuch",             0, CLPS_MSG_BAD_OBJECT,      "nosuch", "version, alertlog, summary"},
+        {"vkreport system sumary",             0, CLPS_MSG_UNKNOWN_OBJECT,  "sumary", "summary"},
+        {"vkreport chassis",                   0, CLPS_MSG_BAD_WORD,        "chassis", "system, servermodule, storage"},
+        {"vkreport storags pdisk",             0, CLPS_MSG_UNKNOWN_WORD,    "storags", "storage"},
+        {"vkconfig system version",            0, CLPS_MSG_BAD_WORD,        "system", "storage"},
+        {"vkreport storage pdsk controller=0", 1, CLPS_MSG_UNKNOWN_OBJECT,  "pdsk", "pdisk"},
+        {"vkconfig storage vdsk",              7, CLPS_MSG_UNKNOWN_OBJECT,  "vdsk", "vdisk"},
+        {"vkreport storage tarncach",          1, CLPS_MSG_UNKNOWN_OBJECT,  "tarncach", "tarncache, tarncachepool or tarncachedisk"},
+        {"vkreport storage nosuch",            1, CLPS_MSG_BAD_OBJECT,      "nosuch", "adisk, pdisk, tape, pciessd, tarncache, tarncachepool, controller, vdisk, cachecade, connector, nvmeadapter, enclosure, battery, partition, tarncachedisk, globalinfo"},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.line);
+        EXPECT_EQ(Rights(c.line), c.rights);
+        auto answer = Send(c.line);
+        if (c.msgId == 0) {
+            EXPECT_EQ(answer, nullptr);
+            continue;
+        }
+        ASSERT_NE(answer, nullptr);
+        EXPECT_EQ(answer->kind, CLPS_RESP_MESSAGE);
+        EXPECT_EQ(answer->msgId, c.msgId);
+        EXPECT_STREQ(answer->msgArg1, c.arg1);
+        EXPECT_STREQ(answer->msgArg2, c.arg2);
     }
 }
 

@@ -358,15 +358,15 @@ TEST_F(FrameTest, FrameRefusalsNameTheParameterAndTheValidChoices) {
          1501,
          "controller",
          "None - this command takes no parameters"},
-        {{"action=blink", "controller=0", "adisk=0:1", "stray"},
-         1501,
-         "stray",
-         "name=value words only"},
+        {{"action=blink", "controller=0", "adisk=0:1", "stray"}, 1508, "stray", "name=value words"},
+        {{"action=blink", "stray", "controller=0", "adisk=0:1"}, 1508, "stray", "name=value words"},
         {{"action=blink", "controller=0", "controller=1", "adisk=0:1"},
          1501,
          "controller",
          "controller once only"},
-        // Hidden rows are accepted but never listed.
+        // A near miss is pointed at; hidden rows are accepted but never listed.
+        {{"action=blnk"}, 1513, "blnk", "blink"},
+        {{"action=setcach"}, 1513, "setcach", "setcache"},
         {{"action=dance"},
          1504,
          "dance",
@@ -416,12 +416,58 @@ TEST_F(FrameTest, CallbackRefusalComesBackWithItsNumberAndTexts) {
         ExpectMessage(r.get(), static_cast<uint32_t>(c.result), c.text1, c.text2);
         EXPECT_TRUE(agent_.requests.empty());
     }
-    // Texts longer than the buffers are cut to them.
-    callback_.result = 1600;
-    callback_.text1 = std::string(2000, 'x');
-    ResponsePtr r = Run(kActions, {"action=blink", "controller=7", "adisk=0:9"});
-    ASSERT_NE(r, nullptr);
-    EXPECT_EQ(std::strlen(r->msgArg1), CLPS_ERR_TEXT_SIZE - 1);
+    // A full 2,048-byte list of disk ids comes back whole; what is longer
+    // than the buffers is cut to them.
+    callback_.result = 1602;
+    for (const size_t length : {size_t{2047}, size_t{CLPS_ERR_TEXT_SIZE + 100}}) {
+        callback_.text2 = std::string(length, 'x');
+        ResponsePtr r = Run(kActions, {"action=blink", "controller=7", "adisk=0:9"});
+        ASSERT_NE(r, nullptr);
+        EXPECT_EQ(std::strlen(r->msgArg2), std::min<size_t>(length, CLPS_ERR_TEXT_SIZE - 1));
+    }
+}
+
+// Checks that know an estate of controllers 0 and 1, each with virtual
+// disks 0 and 1, as the plug-in's callbacks do: an identifier given that is
+// not there is refused with the ones that are.
+int32_t KnowsTheEstate(void*, void*, uint32_t userCount, const char** userWords, uint32_t*,
+                       const char**, void*, void*, char* errText1, char* errText2) {
+    constexpr std::pair<const char*, int32_t> kChecked[] = {{"controller=", 1600},
+                                                            {"vdisk=", 1604}};
+    for (const auto& [name, refusal] : kChecked) {
+        for (uint32_t i = 0; i < userCount; ++i) {
+            const std::string word = userWords[i];
+            if (word.rfind(name, 0) != 0) continue;
+            const std::string value = word.substr(std::strlen(name));
+            if (value == "0" || value == "1") continue;
+            std::snprintf(errText1, CLPS_ERR_TEXT_SIZE, "%s", value.c_str());
+            std::snprintf(errText2, CLPS_ERR_TEXT_SIZE, "0, 1");
+            return refusal;
+        }
+    }
+    return CLPS_VALIDATE_SEND;
+}
+
+TEST_F(FrameTest, AMissingIdentifierIsNamedWithTheOnesThatExist) {
+    const std::vector<RefusalCase> actions = {
+        {{"action=blink", "adisk=0:1"}, 1500, "controller", "one of 0, 1"},
+        // The checks know no disks: the form is all the frame can say.
+        {{"action=blink", "controller=1"}, 1500, "adisk", kDiskForm},
+    };
+    RunRefusals(
+        this, actions,
+        [](FrameTest* t, const Strings& w) { return t->Run(kActions, w, KnowsTheEstate); }, agent_);
+    // A report line that would fit a row but for an identifier it lacks is
+    // refused for that identifier, before any check of what was given.
+    const std::vector<RefusalCase> reports = {
+        {{"vdisk=7"}, 1500, "controller", "one of 0, 1"},
+        {{"info=fans", "index=2"}, 1500, "controller", "one of 0, 1"},
+        {{"vdisk=1"}, 1500, "controller", "one of 0, 1"},
+    };
+    RunRefusals(
+        this, reports,
+        [](FrameTest* t, const Strings& w) { return t->Run(kReport, w, KnowsTheEstate, "rep"); },
+        agent_);
 }
 
 TEST_F(FrameTest, ObjectsNameAMissingChoiceBeforeTheFrameDoes) {

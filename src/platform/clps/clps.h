@@ -88,11 +88,13 @@ VK_CLPS_EXPORT void CLPSDestroyCLIP(CLPSDestroyCLIPFunc func);
 VK_CLPS_EXPORT void CLPSDefaultDestroyCLIPFunc(void);
 
 /* ---- usage help and messages -------------------------------------------
- * 1 when a word of argv is "-?" or "help" (case ignored), else 0. */
+ * 1 when a word of argv after the program name asks for help ("-?", "-h",
+ * "--help" or "help", case ignored), else 0. A help word anywhere on the
+ * line makes the command answer with its usage and send nothing. */
 VK_CLPS_EXPORT int32_t CLPSIsUsageHelp(uint32_t argc, const char** argv);
 /* A message response: msgId with up to two argument texts (null for none).
  * kind is CLPS_RESP_USAGE for usage numbers (6000-6999), else
- * CLPS_RESP_MESSAGE. reserved* are accepted for compatibility (pass 0). */
+ * CLPS_RESP_MESSAGE. The reserved arguments are unused (pass 0). */
 VK_CLPS_EXPORT CLPSResponse* CLPSNVSetupMsgRespObj(uint32_t msgId, uint32_t reserved,
                                                    const char* arg1, const char* arg2,
                                                    const void* reserved1, const void* reserved2,
@@ -111,7 +113,8 @@ VK_CLPS_EXPORT CLPSResponse* CLPSNVCheckExtraParams(uint32_t argc, const char** 
 /* ---- requests to a data agent -------------------------------------------
  * Sends nvPairs to the agent; on an answer returns a response whose data is
  * the answer wrapped in <respElement>, with styleSheet; null when the agent
- * is missing or did not answer. The name keeps its historical spelling. */
+ * is missing or did not answer. Plug-ins call it by this exact name
+ * ("Capabilites" included), so the spelling is part of the interface. */
 VK_CLPS_EXPORT CLPSResponse* CLPSNVReportCapabilitesXML(const char* agent, uint32_t count,
                                                         const char** nvPairs,
                                                         const char* respElement,
@@ -131,6 +134,12 @@ VK_CLPS_EXPORT uint32_t CLPSGetHostFlags(void);
 #define CLPS_MSG_MISSING_ACTION 1505    /* %1 object, %2 the actions */
 #define CLPS_MSG_NO_MATCHING_ROW 1506   /* %1 command, %2 what it takes */
 #define CLPS_MSG_MISSING_GROUP 1507     /* %1 action, %2 the group's members */
+#define CLPS_MSG_STRAY_WORD 1508        /* %1 a word that is no name=value, %2 what is expected */
+#define CLPS_MSG_UNKNOWN_OBJECT 1509    /* %1 object, %2 the nearest objects */
+#define CLPS_MSG_BAD_OBJECT 1510        /* %1 object, %2 the objects */
+#define CLPS_MSG_UNKNOWN_WORD 1511      /* %1 command word, %2 the nearest words */
+#define CLPS_MSG_BAD_WORD 1512          /* %1 command word, %2 the words valid there */
+#define CLPS_MSG_NEAR_ACTION 1513       /* %1 action, %2 the nearest actions */
 #define CLPS_MSG_AGENT_UNAVAILABLE 1590 /* %1 agent name */
 #define CLPS_MSG_NOT_AVAILABLE 1591     /* %1 command: not available yet */
 #define CLPS_MSG_OUT_OF_MEMORY 1592
@@ -178,8 +187,11 @@ typedef struct CLPSNVActionRow {
 } CLPSNVActionRow;
 
 #define CLPS_ROW_HIDDEN 0x80000000u
-#define CLPS_NV_LIST_MAX 128u    /* entries the data-manager list can hold */
-#define CLPS_ERR_TEXT_SIZE 1024u /* bytes of each of the two error texts */
+#define CLPS_NV_LIST_MAX 128u /* entries the data-manager list can hold */
+/* Bytes of each of the two error texts: room for the longest list a
+ * callback writes (2,048-byte disk lists) with a margin, and for a report's
+ * unbounded lists of a large controller. */
+#define CLPS_ERR_TEXT_SIZE 16384u
 #define CLPS_VALIDATE_SEND 1000
 
 /* The validate callback. ppNVList has room for CLPS_NV_LIST_MAX entries; an
