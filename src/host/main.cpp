@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "host.h"
+#include "os/console.h"
 #include "plugin.h"
 #include "text.h"
 
@@ -383,5 +384,6 @@ int Run(int argc, char** argv) {
 }  // namespace vk::host
 
 int main(int argc, char** argv) {
+    vk::os::UseBinaryStandardStreams();
     return vk::host::Run(argc, argv);
 }

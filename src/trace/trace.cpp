@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "os/paths.h"
 #include "text.h"
 
 namespace {
@@ -23,16 +24,29 @@ constexpr size_t kLineSize = 256;
 constexpr int kSettingsLines = 6;
 
 // Paths use this system's separator: the working directory's file is
-// "./name" and the root's is "root/name". The host always sets SystemRoot,
-// so the unset case ("/name") only reaches programs that load us on their own.
-constexpr const char* kFallbackPrefix = "./";
-constexpr const char* kSeparator = "/";
+// "./name" (".\name" on Windows) and the root's is "root/name". The host
+// always sets SystemRoot, so the unset case ("/name") only reaches programs
+// that load us on their own.
+std::string FallbackPath(const char* name) {
+    return std::string(".") + vk::os::PathSeparator() + name;
+}
 
+// Copies text into a fixed buffer, cut to fit.
+void CopyTruncated(char* dst, size_t size, std::string_view text) {
+    const size_t n = text.size() < size - 1 ? text.size() : size - 1;
+    std::memcpy(dst, text.data(), n);
+    dst[n] = '\0';
+}
+
+// Constant-initialised, so the settings are in place before any load-time
+// code of the module runs.
 struct TraceSettings {
     int32_t level = 0;
     int32_t target = -1;
     char name[kNameSize] = "rvstat64.log";
-    char path[kPathSize] = "./rvstat64.log";
+    // Composed by SysDbgInit from SystemRoot, or the fallback beside the
+    // working directory; nothing is written before that.
+    char path[kPathSize] = "";
 };
 
 TraceSettings g_trace;
@@ -47,13 +61,6 @@ using File = std::unique_ptr<FILE, FileCloser>;
 
 // Leading decimal digits (optional blanks and sign first); 0 when there are
 // none. Values beyond 32 bits are clamped rather than wrapped.
-// Copies text into a fixed buffer, cut to fit.
-void CopyTruncated(char* dst, size_t size, std::string_view text) {
-    const size_t n = text.size() < size - 1 ? text.size() : size - 1;
-    std::memcpy(dst, text.data(), n);
-    dst[n] = '\0';
-}
-
 int32_t ReadNumber(const char* text) {
     long long v = std::strtoll(text, nullptr, 10);
     if (v > INT32_MAX) return INT32_MAX;
@@ -143,15 +150,13 @@ int32_t SysDbgInit(int32_t target, const char* fileName) {
     if (env != nullptr && readOk) CopyTruncated(root, sizeof root, env);
 
     if (!readOk) {
-        CopyTruncated(g_trace.path, sizeof g_trace.path,
-                      std::string(kFallbackPrefix) + g_trace.name);
+        CopyTruncated(g_trace.path, sizeof g_trace.path, FallbackPath(g_trace.name));
     } else if ((std::strlen(root) + 1) + (std::strlen(g_trace.name) + 1) > kPathSize) {
-        CopyTruncated(g_trace.path, sizeof g_trace.path,
-                      std::string(kFallbackPrefix) + g_trace.name);
+        CopyTruncated(g_trace.path, sizeof g_trace.path, FallbackPath(g_trace.name));
         rootTooLong = true;
     } else {
         CopyTruncated(g_trace.path, sizeof g_trace.path,
-                      std::string(root) + kSeparator + g_trace.name);
+                      std::string(root) + vk::os::PathSeparator() + g_trace.name);
     }
 
     g_trace.target = target;
