@@ -7,6 +7,8 @@ declare -A groups=(
   [build]="build-essential cmake ninja-build pkg-config git ccache
            libxml2-dev libxslt1-dev libsqlite3-dev nlohmann-json3-dev
            libgtest-dev libgmock-dev googletest libbenchmark-dev clang-format"
+  [windows]="g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
+             mingw-w64-x86-64-dev wine wine64 dpkg-dev autoconf automake libtool tcl make xz-utils"
 )
 
 want=(build "$@")
