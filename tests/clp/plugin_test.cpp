@@ -210,6 +210,9 @@ TEST_F(PluginTest, ExportShape) {
     // Free of a null answer is passed through; destroy may be called any time.
     plugin_.freeResponse(nullptr);
     plugin_.destroyCLIP();
+    // The host switches dry runs on through the plug-in's support library,
+    // found by asking the plug-in's module.
+    EXPECT_NE(plugin_.module.Find("CLPSSetHostFlags"), nullptr);
     // Internal names stay inside the plug-in.
     for (const char* name : {"ModuleAttach", "ModuleDetach", "CLPSSendRequest", "SysDbgInit",
                              "LogCLIArgs", "_ZN5kvclp14g_commandTableE"}) {
