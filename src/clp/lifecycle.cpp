@@ -1,7 +1,6 @@
 // Module load and unload: trace start-up, export context capture and the
-// one-time sort of the command table.
-#include <cstdio>
-
+// one-time sort of the command table. The system's loader reaches
+// ModuleEntryPoint through module_entry_posix.cpp or module_entry_windows.cpp.
 #include "module.h"
 #include "trace.h"
 
@@ -35,23 +34,3 @@ int32_t ModuleEntryPoint(uint32_t reason) {
 }
 
 }  // namespace kvclp
-
-namespace {
-
-// The loader runs these when the plug-in is loaded and unloaded. A shared
-// object cannot refuse its own load, so a failed attach is remembered
-// instead: the exports then answer no response and no rights, and one line
-// on standard error says why.
-__attribute__((constructor)) void OnLoad() {
-    if (kvclp::ModuleEntryPoint(1) == 0) {
-        kvclp::g_attachFailed = true;
-        std::fputs("kvclp64: the command table could not be sorted; no command is served\n",
-                   stderr);
-    }
-}
-
-__attribute__((destructor)) void OnUnload() {
-    kvclp::ModuleEntryPoint(0);
-}
-
-}  // namespace

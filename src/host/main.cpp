@@ -12,6 +12,7 @@
 #include "help_words.h"
 #include "host.h"
 #include "nearest_words.h"
+#include "os/console.h"
 #include "passphrase.h"
 #include "plugin.h"
 #include "text.h"
@@ -514,5 +515,6 @@ int Run(int argc, char** argv) {
 }  // namespace vk::host
 
 int main(int argc, char** argv) {
+    vk::os::UseBinaryStandardStreams();
     return vk::host::Run(argc, argv);
 }

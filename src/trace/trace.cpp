@@ -3,11 +3,6 @@
 // entry and exit lines and the argument trace.
 #include "trace.h"
 
-#include <fcntl.h>
-#include <grp.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -16,6 +11,8 @@
 #include <string>
 #include <string_view>
 
+#include "os/files.h"
+#include "os/paths.h"
 #include "passphrase.h"
 #include "text.h"
 
@@ -30,16 +27,29 @@ constexpr size_t kLineSize = 256;
 constexpr int kSettingsLines = 6;
 
 // Paths use this system's separator: the working directory's file is
-// "./name" and the root's is "root/name". The host always sets SystemRoot,
-// so the unset case ("/name") only reaches programs that load us on their own.
-constexpr const char* kFallbackPrefix = "./";
-constexpr const char* kSeparator = "/";
+// "./name" (".\name" on Windows) and the root's is "root/name". The host
+// always sets SystemRoot, so the unset case ("/name") only reaches programs
+// that load us on their own.
+std::string FallbackPath(const char* name) {
+    return std::string(".") + vk::os::PathSeparator() + name;
+}
 
+// Copies text into a fixed buffer, cut to fit.
+void CopyTruncated(char* dst, size_t size, std::string_view text) {
+    const size_t n = text.size() < size - 1 ? text.size() : size - 1;
+    std::memcpy(dst, text.data(), n);
+    dst[n] = '\0';
+}
+
+// Constant-initialised, so the settings are in place before any load-time
+// code of the module runs.
 struct TraceSettings {
     int32_t level = 0;
     int32_t target = -1;
     char name[kNameSize] = "rvstat64.log";
-    char path[kPathSize] = "./rvstat64.log";
+    // Composed by SysDbgInit from SystemRoot, or the fallback beside the
+    // working directory; nothing is written before that.
+    char path[kPathSize] = "";
 };
 
 TraceSettings g_trace;
@@ -54,41 +64,15 @@ using File = std::unique_ptr<FILE, FileCloser>;
 
 // The trace shows command lines and the estate's identifiers: a file it
 // creates is readable by its owner and the administrators' group only.
-constexpr mode_t kTraceFileMode = 0640;
 constexpr const char* kTraceGroup = "vkadmin";
 
-// Opens the trace file for writing ("w" truncates, "a" appends). A file
-// that is not there yet is created with kTraceFileMode and, where the group
-// exists and we may give it, the administrators' group.
+// Opens the trace file for writing ("w" truncates, "a" appends).
 File OpenForWriting(const char* path, bool append) {
-    const int flags = O_WRONLY | O_CLOEXEC | (append ? O_APPEND : O_TRUNC);
-    int fd = open(path, flags | O_CREAT | O_EXCL, kTraceFileMode);
-    if (fd >= 0) {
-        // Best effort: the umask may have taken bits away, and a user outside
-        // the group cannot give the file to it.
-        const bool moded = fchmod(fd, kTraceFileMode) == 0;
-        const group* admins = getgrnam(kTraceGroup);
-        if (moded && admins != nullptr && fchown(fd, static_cast<uid_t>(-1), admins->gr_gid) != 0) {
-            // the file keeps its creator's group
-        }
-    } else if (errno == EEXIST) {
-        fd = open(path, flags);
-    }
-    if (fd < 0) return File();
-    File f(fdopen(fd, append ? "a" : "w"));
-    if (!f) close(fd);
-    return f;
+    return File(vk::os::OpenPrivateFile(path, append, kTraceGroup));
 }
 
 // Leading decimal digits (optional blanks and sign first); 0 when there are
 // none. Values beyond 32 bits are clamped rather than wrapped.
-// Copies text into a fixed buffer, cut to fit.
-void CopyTruncated(char* dst, size_t size, std::string_view text) {
-    const size_t n = text.size() < size - 1 ? text.size() : size - 1;
-    std::memcpy(dst, text.data(), n);
-    dst[n] = '\0';
-}
-
 int32_t ReadNumber(const char* text) {
     long long v = std::strtoll(text, nullptr, 10);
     if (v > INT32_MAX) return INT32_MAX;
@@ -178,15 +162,13 @@ int32_t SysDbgInit(int32_t target, const char* fileName) {
     if (env != nullptr && readOk) CopyTruncated(root, sizeof root, env);
 
     if (!readOk) {
-        CopyTruncated(g_trace.path, sizeof g_trace.path,
-                      std::string(kFallbackPrefix) + g_trace.name);
+        CopyTruncated(g_trace.path, sizeof g_trace.path, FallbackPath(g_trace.name));
     } else if ((std::strlen(root) + 1) + (std::strlen(g_trace.name) + 1) > kPathSize) {
-        CopyTruncated(g_trace.path, sizeof g_trace.path,
-                      std::string(kFallbackPrefix) + g_trace.name);
+        CopyTruncated(g_trace.path, sizeof g_trace.path, FallbackPath(g_trace.name));
         rootTooLong = true;
     } else {
         CopyTruncated(g_trace.path, sizeof g_trace.path,
-                      std::string(root) + kSeparator + g_trace.name);
+                      std::string(root) + vk::os::PathSeparator() + g_trace.name);
     }
 
     g_trace.target = target;

@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "ocs.h"
+#include "os/environment.h"
+#include "temp_dir.h"
 #include "vkdb.h"
 
 namespace fs = std::filesystem;
@@ -260,10 +262,8 @@ class AgentRequestTest : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
         // No agent module may stand in when the fake is removed.
-        std::string tmpl = (fs::temp_directory_path() / "vk-agents-XXXXXX").string();
-        ASSERT_NE(mkdtemp(tmpl.data()), nullptr);
-        emptyDir_ = tmpl;
-        setenv("VK_AGENT_DIR", emptyDir_.c_str(), 1);
+        emptyDir_ = vktest::MakeTempDir("vk-agents-");
+        vk::os::SetEnvironment("VK_AGENT_DIR", emptyDir_.string().c_str());
     }
     static void TearDownTestSuite() { fs::remove_all(emptyDir_); }
     void SetUp() override {

@@ -1,13 +1,14 @@
 // The plug-in through its four exports: every command row's rights and
 // handler, usage rows, unknown lines, and the export shape.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "os/environment.h"
 #include "plugin_loader.h"
+#include "temp_dir.h"
 
 namespace fs = std::filesystem;
 
@@ -17,13 +18,11 @@ class PluginTest : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
         // The trace file goes to a scratch directory, never the real root.
-        std::string tmpl = (fs::temp_directory_path() / "vk-clp-XXXXXX").string();
-        ASSERT_NE(mkdtemp(tmpl.data()), nullptr);
-        root_ = tmpl;
-        setenv("SystemRoot", root_.c_str(), 1);
+        root_ = vktest::MakeTempDir("vk-clp-");
+        vk::os::SetEnvironment("SystemRoot", root_.string().c_str());
         // No data agent: answers do not depend on which agents were built.
-        setenv("VK_AGENT_DIR", root_.c_str(), 1);
-        ASSERT_TRUE(plugin_.Load()) << dlerror();
+        vk::os::SetEnvironment("VK_AGENT_DIR", root_.string().c_str());
+        ASSERT_TRUE(plugin_.Load()) << plugin_.error;
     }
     static void TearDownTestSuite() {
         plugin_.Unload();
@@ -236,17 +235,20 @@ TEST_F(PluginTest, ExportShape) {
     // Free of a null answer is passed through; destroy may be called any time.
     plugin_.freeResponse(nullptr);
     plugin_.destroyCLIP();
+    // The host switches dry runs on through the plug-in's support library,
+    // found by asking the plug-in's module.
+    EXPECT_NE(plugin_.module.Find("CLPSSetHostFlags"), nullptr);
     // Internal names stay inside the plug-in.
     for (const char* name : {"ModuleAttach", "ModuleDetach", "CLPSSendRequest", "SysDbgInit",
                              "LogCLIArgs", "_ZN5kvclp14g_commandTableE"}) {
         SCOPED_TRACE(name);
-        void* sym = dlsym(plugin_.handle, name);
+        void* sym = plugin_.module.Find(name);
         // CLPS names resolve from the support library the plug-in depends
         // on; what matters is that they are not the plug-in's own.
         if (sym != nullptr) {
-            Dl_info info{};
-            ASSERT_NE(dladdr(sym, &info), 0);
-            EXPECT_EQ(std::string(info.dli_fname).find("kvclp64"), std::string::npos);
+            const auto owner = vk::os::ModuleContaining(sym);
+            ASSERT_TRUE(owner.has_value());
+            EXPECT_EQ(owner->file.filename().string().find("kvclp64"), std::string::npos);
         }
     }
 }

@@ -7,11 +7,17 @@
 
 #include <stdint.h>
 
+#include "vk_export.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-#define VK_CLPS_EXPORT __attribute__((visibility("default")))
+#ifdef vkclps64_EXPORTS
+#define VK_CLPS_EXPORT VK_DLL_EXPORT
+#else
+#define VK_CLPS_EXPORT VK_DLL_IMPORT
+#endif
 
 /* ---- response object ----------------------------------------------------
  * The first eight fields are the record every plug-in knows; the rest is

@@ -6,11 +6,17 @@
 
 #include <stdint.h>
 
+#include "vk_export.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-#define VK_XMLSUP_EXPORT __attribute__((visibility("default")))
+#ifdef xmlsup64_EXPORTS
+#define VK_XMLSUP_EXPORT VK_DLL_EXPORT
+#else
+#define VK_XMLSUP_EXPORT VK_DLL_IMPORT
+#endif
 
 /* Results of XMLSupGetXMLMemData. */
 #define XMLSUP_OK 0
