@@ -6,6 +6,7 @@
 
 #include "clps.h"
 #include "clps_util.h"
+#include "frame_internal.h"
 
 namespace {
 
@@ -100,6 +101,8 @@ const CLPSCCDT* CLPSFindCCDTRow(uint32_t argc, const char** argv, const CLPSCCDT
 
 CLPSResponse* CLPSSendRequest(uint32_t argc, const char** argv, CLPSCCDT* table, uint32_t count,
                               uint32_t* /*state*/) {
+    if ((CLPSGetHostFlags() & CLPS_HOST_DESCRIBE) != 0)
+        return clps::frame::DescribeCommands(table, count);
     const CLPSCCDT* row = CLPSFindCCDTRow(argc, argv, table, count);
     return row != nullptr ? row->handler(argc, argv) : nullptr;
 }

@@ -630,12 +630,14 @@ const char* CLPSNVKeepString(const char* text) {
 }
 
 CLPSResponse* CLPSNVCmdConfigFunc(uint32_t argc, const char** argv, uint32_t usageMsgId,
-                                  uint32_t /*secondMsgId*/, const CLPSNVActionRow* table,
+                                  uint32_t secondMsgId, const CLPSNVActionRow* table,
                                   uint32_t rowCount, const char* styleSheet,
                                   CLPSNVValidateFunc validate) {
     ArenaScope scope;
     try {
         if (table == nullptr) rowCount = 0;
+        if ((CLPSGetHostFlags() & CLPS_HOST_DESCRIBE) != 0)
+            return fr::DescribeTable(usageMsgId, secondMsgId, table, rowCount, styleSheet);
         return RunFrame(argc, argv, usageMsgId, table, rowCount, styleSheet, validate);
     } catch (const std::bad_alloc&) {
         return nullptr;
