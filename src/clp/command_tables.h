@@ -58,7 +58,8 @@ constexpr CLPSNVTable Candidate(std::span<const CLPSNVActionRow> rows,
     return {rows.data(), static_cast<uint32_t>(rows.size()), validate};
 }
 
-// A command table as its handler hands it to the frame, for the registry.
+// A command table as its handler hands it to the frame, for the registry:
+// one entry for each command that uses it.
 struct TableRef {
     const char* command;  // the command words it serves: "vkconfig storage pdisk"
     const char* variant;  // which of the handler's candidate tables; "" when it has one

@@ -384,6 +384,7 @@ constexpr auto kTables = std::to_array<kvclp::TableRef>({
     {"vkreport storage pdisk",         "cachecade", kPDiskCcTable},
     {"vkreport storage pdisk",         "enclosure", kEnclDiskTable},
     {"vkreport storage tape",          "",          kTapeTable},
+    {"vkconfig storage tape",          "",          kTapeTable},
     {"vkreport storage battery",       "",          kBatteryTable},
     {"vkreport storage connector",     "",          kConnectorTable},
     {"vkreport storage controller",    "",          kControllerTable},

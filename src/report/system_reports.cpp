@@ -30,8 +30,10 @@ constexpr auto kVersionTable = std::to_array<CLPSNVActionRow>({
 });
 
 constexpr auto kTables = std::to_array<kvclp::TableRef>({
-    {"vkreport system summary", "", kSummaryTable},
-    {"vkreport system version", "", kVersionTable},
+    {"vkreport system summary",       "", kSummaryTable},
+    {"vkreport servermodule summary", "", kSummaryTable},
+    {"vkreport system version",       "", kVersionTable},
+    {"vkreport servermodule version", "", kVersionTable},
 });
 // clang-format on
 

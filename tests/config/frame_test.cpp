@@ -644,6 +644,20 @@ TEST_F(FrameTest, TableCheckFindsWhatTheFrameCannotServe) {
     constexpr CLPSNVParamRow fixedNoValue[] = {
         {nullptr, "ObjType=", CLPS_VT_TEXT, CLPS_USE_FIXED_PAIR, nullptr, 0},
     };
+    constexpr CLPSNVParamRow reportUsage[] = {
+        {"size", "Size=", CLPS_VT_UINT, CLPS_USE_MUST_GIVE, nullptr, 0},
+    };
+    constexpr CLPSNVParamRow namedAction[] = {
+        {"action", "Action=", CLPS_VT_TEXT, CLPS_USE_REQUIRED, nullptr, 0},
+    };
+    constexpr CLPSNVParamRow typedTwice[] = {
+        {"size", "Size=",   CLPS_VT_UINT, CLPS_USE_REQUIRED, nullptr, 0},
+        {"size", "Length=", CLPS_VT_UINT, CLPS_USE_OPTIONAL, nullptr, 0},
+    };
+    constexpr CLPSNVParamRow emptyParam[] = {
+        {"size", "Size=", CLPS_VT_UINT, CLPS_USE_REQUIRED, nullptr, 0},
+        {},
+    };
     const struct {
         CLPSNVActionRow rows[2];
         const char* expected;
@@ -672,6 +686,29 @@ TEST_F(FrameTest, TableCheckFindsWhatTheFrameCannotServe) {
         {{{1, "action", "getA", "x", nullptr, "kvda", nullptr, 0, nullptr, 0},
           {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
          "the request must begin with \"vkacmd=\""},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", nullptr, 0, nullptr, 0}, {}},
+         "row 1: an empty row"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", nullptr, 0, nullptr, 0x1},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "unknown row flags 1"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", reportUsage, 1, nullptr, 0},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "usage 18 belongs to report rows"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", namedAction, 1, nullptr, 0},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "a parameter named like the action key"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", typedTwice, 2, nullptr, 0},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "size (Length=): listed twice"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", emptyParam, 2, nullptr, 0},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "parameter 1 (fixed) (): an empty row"},
+        {{{8, "info", "vkacmd=a", "temps", nullptr, "kvda", nullptr, 0, "a.xsl", 0},
+          {8, "INFO", "vkacmd=b", "Temps", nullptr, "kvda", nullptr, 0, "b.xsl", 0}},
+         "selector value listed twice"},
+        {{{6, "info", "vkacmd=a", nullptr, nullptr, "kvda", nullptr, 0, "a.xsl", 0},
+          {6, nullptr, "vkacmd=b", nullptr, nullptr, "kvda", nullptr, 0, "b.xsl", 0}},
+         "a report row has no key"},
     };
     // clang-format on
     for (const auto& c : cases) {
