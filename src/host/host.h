@@ -58,6 +58,16 @@ struct Outcome {
     std::string xml;      // the document for --format=xml
 };
 
+// The host's own options.
+struct Options {
+    Format format = Format::Text;
+    bool dryRun = false;
+    bool describe = false;
+    bool help = false;
+    bool version = false;
+    std::vector<std::string> words;
+};
+
 // ---- configuration and locations (config.cpp) ----
 struct Locations {
     std::filesystem::path plugin;
@@ -122,6 +132,12 @@ class Renderer {
     std::string command_;
     std::unique_ptr<Cache> cache_;
 };
+
+// ---- the vocabulary dump (describe.cpp) ----
+// Every command the plug-in serves, as one JSON document (in the outcome's
+// text): words, rights, usage texts from the catalogue, actions and reports
+// with their parameters, as the plug-in's own tables hold them.
+Outcome Describe(const std::string& program, const Options& opts);
 
 // ---- output (output.cpp) ----
 // "name=value" with the value hidden when the name mentions a pass phrase.

@@ -49,20 +49,13 @@ constexpr std::string_view kHelp =
     "  --format=text|xml|json  output format (default text)\n"
     "  --dry-run               vkconfig only: check the command and show the\n"
     "                          request without sending it\n"
+    "  --describe              print every storage command as JSON\n"
     "  --help                  show this help\n"
     "  --version               show the version\n"
     "\n"
     "Type '%s storage -?' for the storage objects.\n"
     "Exit status: 0 carried out, 1 refused, 2 command line not understood,\n"
     "3 insufficient rights, 4 agent unavailable or internal failure.\n";
-
-struct Options {
-    Format format = Format::Text;
-    bool dryRun = false;
-    bool help = false;
-    bool version = false;
-    std::vector<std::string> words;
-};
 
 // Parses options into opts as it goes, so that an error in a later option is
 // already written in the format asked before it.
@@ -91,6 +84,8 @@ void ParseOptions(int argc, char** argv, const std::string& program, Options& op
             if (program != "vkconfig")
                 throw HostError(kExitCommandLine, "--dry-run is only for vkconfig");
             opts.dryRun = true;
+        } else if (arg == "--describe") {
+            opts.describe = true;
         } else if (arg == "--help") {
             opts.help = true;
         } else if (arg == "--version") {
@@ -360,6 +355,10 @@ int Run(int argc, char** argv) {
         }
         ParseOptions(argc, argv, program, opts);
         Outcome out;
+        if (opts.describe && !opts.help && !opts.version) {
+            // The description is one JSON document whatever the format asked.
+            return Emit(Describe(program, opts), Format::Text, program);
+        }
         if (opts.help || opts.version) {
             out.status = opts.help ? Status::Usage : Status::Ok;
             out.text = opts.help ? WithProgram(kHelp, program) : program + " " + VK_VERSION + "\n";
