@@ -159,8 +159,8 @@ Json Command(const xmlNode* command, const MessageCatalogue& catalogue) {
     c["rights"] = RightsName(Number(command, "rights"));
     const auto usage = Children(command, "Usage");
     const auto tables = Children(command, "Tables");
-    c["usage"] = usage.empty() ? Json(nullptr)
-                               : Message(Number(usage.front(), "message"), catalogue);
+    c["usage"] =
+        usage.empty() ? Json(nullptr) : Message(Number(usage.front(), "message"), catalogue);
     if (tables.empty()) return c;
     const xmlNode* t = tables.front();
     c["usage"] = Message(Number(t, "usage"), catalogue);
