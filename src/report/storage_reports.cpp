@@ -370,6 +370,8 @@ constexpr auto kPDiskCandidates = std::to_array<CLPSNVTable>({
     kvclp::Candidate(kEnclDiskTable, report::CheckDisks),
 });
 // The controller reports, and the dumps of every controller.
+constexpr uint32_t kControllers = 0;
+constexpr uint32_t kDumps = 1;
 constexpr auto kControllerCandidates = std::to_array<CLPSNVTable>({
     kvclp::Candidate(kControllerTable, report::CheckControllers),
     kvclp::Candidate(kDumpTable, report::CheckControllers),
@@ -445,7 +447,8 @@ CLPSResponse* ReportConnectors(uint32_t argc, const char** argv) {
 
 CLPSResponse* ReportControllers(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);
-    return RunReport(argc, argv, 6011, kControllerCandidates, Given(argc, argv, "dump") ? 1 : 0);
+    return RunReport(argc, argv, 6011, kControllerCandidates,
+                     Given(argc, argv, "dump") ? kDumps : kControllers);
 }
 
 CLPSResponse* ReportEnclosures(uint32_t argc, const char** argv) {
