@@ -14,7 +14,10 @@ int32_t ModuleAttach() {
     SysDbgInit(1, "kvclp.log");
     if (SysDbgIsLevelEnabled(TRACE_LEVEL_MODULE)) SysDbgPrint("KVCLIP:ModuleAttach: entry\n");
     OCSGetExportContext(&g_exportContext);
-    return CLPSSortCCDT(g_commandTable.data(), kCommandCount, &g_tableState) == 0 ? 1 : 0;
+    return CLPSSortCCDT(g_commandTable.data(), static_cast<uint32_t>(g_commandTable.size()),
+                        &g_tableState) == 0
+               ? 1
+               : 0;
 }
 
 int32_t ModuleDetach() {

@@ -22,14 +22,6 @@ inline constexpr int32_t kCannotRead = 1655;
 // Size of the bounded valid-controller list.
 inline constexpr uint32_t kControllerListSize = 256;
 
-// A table row chosen by "action=<keyword>" that sends request, with the pairs
-// of params, to the data agent.
-template <std::size_t N>
-constexpr CLPSNVActionRow Action(const char* keyword, const char* request,
-                                 const std::array<CLPSNVParamRow, N>& params) {
-    return {1, "action", request, keyword, nullptr, "kvda", params.data(), N, nullptr, 0};
-}
-
 // One callback call: the user's words, the data-manager list (which the
 // callback may extend) and the two error texts.
 class CallbackCall {

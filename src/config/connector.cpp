@@ -4,6 +4,8 @@
 
 #include "callback_support.h"
 #include "clps.h"
+#include "command_tables.h"
+#include "config_tables.h"
 #include "da.h"
 #include "handlers.h"
 #include "kvsup.h"
@@ -11,16 +13,18 @@
 
 namespace {
 
+using kvclp::Action;
+
 constexpr int32_t kInvalidConnector = 1601;
 
 // clang-format off
-constexpr std::array<CLPSNVParamRow, 2> kRescanParams = {{
+constexpr auto kRescanParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", CLPS_VT_UINT,       CLPS_USE_REQUIRED, nullptr, 0},
     {"connector",  "Channel=",  CLPS_VT_SMALL_UINT, CLPS_USE_REQUIRED, nullptr, 0},
-}};
-constexpr std::array<CLPSNVActionRow, 1> kConnectorTable = {{
-    {1, "action", "vkacmd=setChnlRescan", "rescan", nullptr, "kvda", kRescanParams.data(), kRescanParams.size(), nullptr, 0},
-}};
+});
+constexpr auto kConnectorTable = std::to_array<CLPSNVActionRow>({
+    Action("rescan", "vkacmd=setChnlRescan", kRescanParams),
+});
 // clang-format on
 
 int32_t CmdConfigConnectorValidateFunc(void*, void*, uint32_t userCount, const char** userWords,
@@ -44,7 +48,13 @@ int32_t CmdConfigConnectorValidateFunc(void*, void*, uint32_t userCount, const c
     return config::kSend;
 }
 
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkconfig storage connector", "", kConnectorTable},
+});
+
 }  // namespace
+
+const std::span<const kvclp::TableRef> config::kConnectorTables = kTables;
 
 CLPSResponse* ConfigConnector(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);

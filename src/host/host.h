@@ -80,10 +80,6 @@ struct Options {
     std::vector<std::string> words;
 };
 
-// ---- the vocabulary dump (describe.cpp) ----
-// The machine-readable description of every command the program serves.
-Outcome Describe(const std::string& program, const Options& options);
-
 // ---- configuration and locations (config.cpp) ----
 struct Locations {
     std::filesystem::path plugin;
@@ -153,6 +149,12 @@ class Renderer {
     std::string command_;
     std::unique_ptr<Cache> cache_;
 };
+
+// ---- the vocabulary dump (describe.cpp) ----
+// Every command the plug-in serves, as one JSON document (in the outcome's
+// text): words, rights, usage texts from the catalogue, actions and reports
+// with their parameters, as the plug-in's own tables hold them.
+Outcome Describe(const std::string& program, const Options& opts);
 
 // ---- output (output.cpp) ----
 // Writes the outcome to standard output and standard error; returns the exit

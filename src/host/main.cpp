@@ -490,9 +490,11 @@ int Run(int argc, char** argv) {
         }
         ParseOptions(argc, argv, program, opts);
         Outcome out;
-        if (opts.describe) {
+        if (opts.describe && !opts.help && !opts.version) {
+            // The description is one JSON document whatever the format asked.
             return Emit(Describe(program, opts), Format::Text, program);
-        } else if (opts.help || opts.version) {
+        }
+        if (opts.help || opts.version) {
             out.status = opts.help ? Status::Usage : Status::Ok;
             out.text = opts.help ? WithProgram(kHelp, program) : program + " " + VK_VERSION + "\n";
             out.xml = "<Text>" + vk::XmlEscaped(out.text) + "</Text>";

@@ -44,14 +44,22 @@ Plugin::ResponsePtr Plugin::Send(const std::vector<const char*>& argv) const {
         ResponseFree{free_});
 }
 
-void Plugin::RequestDryRun() const {
+void Plugin::SetHostFlags(uint32_t flags, const char* what) const {
     // The flag lives in the support library the plug-in is linked with, so it
     // is looked up through the plug-in's own dependencies.
     void* symbol = module_.Find("CLPSSetHostFlags");
     if (symbol == nullptr)
-        throw HostError(kExitFailure,
-                        "the storage plug-in cannot make dry runs (no CLPSSetHostFlags)");
-    reinterpret_cast<FlagsFunc>(symbol)(CLPS_HOST_DRYRUN);
+        throw HostError(kExitFailure, std::string("the storage plug-in cannot ") + what +
+                                          " (no CLPSSetHostFlags)");
+    reinterpret_cast<FlagsFunc>(symbol)(flags);
+}
+
+void Plugin::RequestDryRun() const {
+    SetHostFlags(CLPS_HOST_DRYRUN, "make dry runs");
+}
+
+void Plugin::RequestDescription() const {
+    SetHostFlags(CLPS_HOST_DESCRIBE, "describe its commands");
 }
 
 StdoutCapture::StdoutCapture() {

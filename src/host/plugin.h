@@ -43,8 +43,13 @@ class Plugin {
     // Asks for a dry run through the command-line support library the plug-in
     // uses; a HostError when the plug-in has none.
     void RequestDryRun() const;
+    // Asks for descriptions of the commands instead of running them, the
+    // same way.
+    void RequestDescription() const;
 
   private:
+    void SetHostFlags(uint32_t flags, const char* what) const;
+
     os::Module module_;
     SendFunc send_ = nullptr;
     FreeFunc free_ = nullptr;

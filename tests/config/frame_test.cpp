@@ -568,6 +568,131 @@ TEST_F(FrameTest, ReportUsageListsTheParametersTheRowsTake) {
               "</Usage>");
 }
 
+// ---- several candidate tables ----------------------------------------------------------
+// A handler that picks its table by the command line: the chosen table
+// serves, help and descriptions take every candidate.
+TEST_F(FrameTest, CandidateTablesServeOneAndDescribeAll) {
+    // clang-format off
+    constexpr CLPSNVActionRow blink[] = {
+        {1, "action", "vkacmd=setBlink", "blink", nullptr, "kvda", kDisk, 3, nullptr, 0},
+    };
+    constexpr CLPSNVActionRow service[] = {
+        {1, "action", "vkacmd=doRescan", "rescan", nullptr, "kvda", nullptr, 0, nullptr, CLPS_ROW_HIDDEN},
+        {1, "action", "vkacmd=setRate",  "setrate", nullptr, "kvda", kRate, 4, nullptr, 0},
+    };
+    // clang-format on
+    const CLPSNVTable tables[] = {{blink, 1, Validate}, {service, 2, nullptr}};
+    struct Case {
+        Strings words;
+        uint32_t chosen;
+        uint32_t flags;
+        uint32_t kind;
+        Strings sent;
+        int callbacks;
+    };
+    const Case cases[] = {
+        {{"action=blink", "controller=0", "adisk=0:1"},
+         0,
+         0,
+         CLPS_RESP_XML,
+         {"vkacmd=setBlink", "GlobalNo=0", "adisk=0:1"},
+         1},
+        {{"action=rescan"}, 1, 0, CLPS_RESP_XML, {"vkacmd=doRescan"}, 0},
+        // Only the chosen table serves.
+        {{"action=rescan"}, 0, 0, CLPS_RESP_MESSAGE, {}, 0},
+        {{"-?"}, 0, 0, CLPS_RESP_USAGE, {}, 0},
+        {{"action=blink", "controller=0", "adisk=0:1"},
+         0,
+         CLPS_HOST_DESCRIBE,
+         CLPS_RESP_DESCRIBE,
+         {},
+         0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.words.front());
+        agent_.requests.clear();
+        callback_.calls = 0;
+        CLPSSetHostFlags(c.flags);
+        Strings argv = {"vkconfig", "storage", "thing"};
+        argv.insert(argv.end(), c.words.begin(), c.words.end());
+        std::vector<const char*> ptrs;
+        for (const std::string& w : argv) ptrs.push_back(w.c_str());
+        ResponsePtr r(CLPSNVCmdConfigFuncTables(static_cast<uint32_t>(ptrs.size()), ptrs.data(),
+                                                6997, 6998, tables, 2, c.chosen, "kvclp.xsl"));
+        CLPSSetHostFlags(0);
+        ASSERT_NE(r, nullptr);
+        EXPECT_EQ(r->kind, c.kind);
+        EXPECT_EQ(agent_.requests,
+                  c.sent.empty() ? std::vector<Strings>{} : std::vector<Strings>{c.sent});
+        EXPECT_EQ(callback_.calls, c.callbacks);
+        const std::string listing = r->pUsageXML != nullptr         ? r->pUsageXML
+                                    : r->kind == CLPS_RESP_DESCRIBE ? r->pDataBuf
+                                                                    : "";
+        if (c.kind == CLPS_RESP_USAGE) {
+            EXPECT_NE(listing.find("<Action name=\"blink\">"), std::string::npos) << listing;
+            EXPECT_NE(listing.find("<Action name=\"setrate\">"), std::string::npos) << listing;
+            EXPECT_EQ(listing.find("rescan"), std::string::npos) << listing;
+        }
+        if (c.kind == CLPS_RESP_DESCRIBE) {
+            for (const char* action : {"blink", "rescan", "setrate"})
+                EXPECT_NE(listing.find(std::string("name=\"") + action + "\""), std::string::npos)
+                    << listing;
+        }
+    }
+}
+
+// The description says what the frame reads in each row: parameters with
+// their form and keywords, fixed pairs, selectors and what a report row
+// must not be given.
+TEST_F(FrameTest, DescriptionFollowsTheRows) {
+    // clang-format off
+    constexpr CLPSNVActionRow table[] = {
+        {1, "action", "vkacmd=setAssign", "assign",  nullptr, "kvda", kAssign, 4, nullptr, CLPS_ROW_HIDDEN},
+        {1, "action", "vkacmd=setRate",   "setrate", nullptr, "kvda", kRate,   4, nullptr, 0},
+        {8, "info",   "vkacmd=getTemps",  "temps",   nullptr, "kvda", kProbes, 3, "sm/cli/Temps.xsl", 0},
+        {6, nullptr,  "vkacmd=getList",   nullptr,   nullptr, "kvda", kList,   2, nullptr, 0},
+    };
+    // clang-format on
+    CLPSSetHostFlags(CLPS_HOST_DESCRIBE);
+    ResponsePtr r = Run(table, {"action=assign"});
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->kind, CLPS_RESP_DESCRIBE);
+    EXPECT_EQ(std::string(r->pDataBuf),
+              "<Tables usage=\"6997\" second=\"6998\" stylesheet=\"kvclp.xsl\">"
+              "<Action name=\"assign\" request=\"vkacmd=setAssign\" agent=\"kvda\" hidden=\"yes\">"
+              "<Param name=\"controller\" type=\"number\" valueType=\"7\" required=\"yes\" "
+              "group=\"no\" sends=\"GlobalNo=\" form=\"a number from 0 to 4294967295\" "
+              "maxLength=\"0\"></Param>"
+              "<Param name=\"assign\" type=\"text\" valueType=\"1\" required=\"yes\" group=\"no\">"
+              "<Keyword value=\"yes\" sends=\"set=yes\"/><Keyword value=\"no\" sends=\"set=no\"/>"
+              "</Param>"
+              "<Param name=\"force\" type=\"text\" valueType=\"1\" required=\"no\" group=\"no\">"
+              "<Keyword value=\"yes\" sends=\"Force=yes\"/></Param></Action>"
+              "<Action name=\"setrate\" request=\"vkacmd=setRate\" agent=\"kvda\" hidden=\"no\">"
+              "<Param name=\"controller\" type=\"number\" valueType=\"7\" required=\"yes\" "
+              "group=\"no\" sends=\"GlobalNo=\" form=\"a number from 0 to 4294967295\" "
+              "maxLength=\"0\"></Param>"
+              "<Param name=\"rate\" type=\"rate\" valueType=\"19\" required=\"yes\" group=\"no\" "
+              "sends=\"Rate=\" form=\"a rate from 0 to 100\" maxLength=\"0\"></Param>"
+              "<Fixed sends=\"Mode=auto\"/><Fixed sends=\"ObjType=partition\"/></Action>"
+              "<Report request=\"vkacmd=getTemps\" agent=\"kvda\" hidden=\"no\" "
+              "stylesheet=\"sm/cli/Temps.xsl\" selector=\"info\" value=\"temps\">"
+              "<Param name=\"controller\" type=\"number\" valueType=\"7\" required=\"yes\" "
+              "group=\"no\" sends=\"GlobalNo=\" form=\"a number from 0 to 4294967295\" "
+              "maxLength=\"0\"></Param>"
+              "<Param name=\"info\" type=\"text\" valueType=\"1\" required=\"yes\" group=\"no\" "
+              "sends=\"info=\" form=\"a text\" maxLength=\"0\"></Param>"
+              "<Param name=\"index\" type=\"number\" valueType=\"7\" required=\"no\" group=\"no\" "
+              "sends=\"Index=\" form=\"a number from 0 to 4294967295\" maxLength=\"0\"></Param>"
+              "</Report>"
+              "<Report request=\"vkacmd=getList\" agent=\"kvda\" hidden=\"no\" "
+              "stylesheet=\"kvclp.xsl\"><Forbidden name=\"controller\"/>"
+              "<Forbidden name=\"vdisk\"/></Report>"
+              "</Tables>");
+    EXPECT_TRUE(agent_.requests.empty());
+    EXPECT_EQ(callback_.calls, 0);
+}
+
 // ---- report rows ---------------------------------------------------------------------
 struct ReportCase {
     Strings words;
@@ -690,6 +815,20 @@ TEST_F(FrameTest, TableCheckFindsWhatTheFrameCannotServe) {
     constexpr CLPSNVParamRow fixedNoValue[] = {
         {nullptr, "ObjType=", CLPS_VT_TEXT, CLPS_USE_FIXED_PAIR, nullptr, 0},
     };
+    constexpr CLPSNVParamRow reportUsage[] = {
+        {"size", "Size=", CLPS_VT_UINT, CLPS_USE_MUST_GIVE, nullptr, 0},
+    };
+    constexpr CLPSNVParamRow namedAction[] = {
+        {"action", "Action=", CLPS_VT_TEXT, CLPS_USE_REQUIRED, nullptr, 0},
+    };
+    constexpr CLPSNVParamRow typedTwice[] = {
+        {"size", "Size=",   CLPS_VT_UINT, CLPS_USE_REQUIRED, nullptr, 0},
+        {"size", "Length=", CLPS_VT_UINT, CLPS_USE_OPTIONAL, nullptr, 0},
+    };
+    constexpr CLPSNVParamRow emptyParam[] = {
+        {"size", "Size=", CLPS_VT_UINT, CLPS_USE_REQUIRED, nullptr, 0},
+        {},
+    };
     const struct {
         CLPSNVActionRow rows[2];
         const char* expected;
@@ -718,6 +857,29 @@ TEST_F(FrameTest, TableCheckFindsWhatTheFrameCannotServe) {
         {{{1, "action", "getA", "x", nullptr, "kvda", nullptr, 0, nullptr, 0},
           {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
          "the request must begin with \"vkacmd=\""},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", nullptr, 0, nullptr, 0}, {}},
+         "row 1: an empty row"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", nullptr, 0, nullptr, 0x1},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "unknown row flags 1"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", reportUsage, 1, nullptr, 0},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "usage 18 belongs to report rows"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", namedAction, 1, nullptr, 0},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "a parameter named like the action key"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", typedTwice, 2, nullptr, 0},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "size (Length=): listed twice"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", emptyParam, 2, nullptr, 0},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "parameter 1 (fixed) (): an empty row"},
+        {{{8, "info", "vkacmd=a", "temps", nullptr, "kvda", nullptr, 0, "a.xsl", 0},
+          {8, "INFO", "vkacmd=b", "Temps", nullptr, "kvda", nullptr, 0, "b.xsl", 0}},
+         "selector value listed twice"},
+        {{{6, "info", "vkacmd=a", nullptr, nullptr, "kvda", nullptr, 0, "a.xsl", 0},
+          {6, nullptr, "vkacmd=b", nullptr, nullptr, "kvda", nullptr, 0, "b.xsl", 0}},
+         "a report row has no key"},
     };
     // clang-format on
     for (const auto& c : cases) {

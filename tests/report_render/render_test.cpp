@@ -27,6 +27,8 @@
 #include <string>
 #include <vector>
 
+#include "programs.h"
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -36,12 +38,8 @@ const fs::path kShare = VK_TEST_SHARE_DIR;
 const fs::path kHere = VK_TEST_CASES_DIR;
 const fs::path kSources = VK_TEST_SOURCE_DIR;
 
-std::string ReadFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using vktest::ReadFile;
+using vktest::Result;
 
 std::vector<std::string> Words(const std::string& line) {
     std::istringstream in(line);
@@ -50,78 +48,18 @@ std::vector<std::string> Words(const std::string& line) {
     return words;
 }
 
-struct Result {
-    int exitCode = -1;
-    std::string out;
-    std::string err;
-};
-
-std::string Drain(int fd) {
-    std::string text;
-    std::array<char, 8192> buffer{};
-    for (ssize_t n; (n = read(fd, buffer.data(), buffer.size())) > 0;)
-        text.append(buffer.data(), static_cast<size_t>(n));
-    close(fd);
-    return text;
-}
-
-// Runs a program of the build tree; standard error goes through a file so
-// that neither pipe can fill up while the other is read.
 Result RunProgram(const std::vector<std::string>& argv) {
-    Result result;
-    int out[2];
-    if (pipe(out) != 0) return result;
-    char errName[] = "/tmp/vk-render-err-XXXXXX";
-    const int errFd = mkstemp(errName);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        dup2(out[1], 1);
-        dup2(errFd, 2);
-        close(out[0]);
-        std::vector<char*> args;
-        for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
-        args.push_back(nullptr);
-        execv((kBin / argv[0]).c_str(), args.data());
-        _exit(127);
-    }
-    close(out[1]);
-    result.out = Drain(out[0]);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    close(errFd);
-    result.err = ReadFile(errName);
-    unlink(errName);
-    return result;
+    return vktest::RunProgram(kBin, argv);
 }
 
-// A private agent state, trace directory and share directory for one test.
-class Estate {
+// A test estate file beside the cases, else a profile of the share.
+class Estate : public vktest::Estate {
   public:
-    explicit Estate(const std::string& profile) {
-        char name[] = "/tmp/vk-render-XXXXXX";
-        dir_ = mkdtemp(name);
-        setenv("KVDA_STATE", (dir_ / "kvda.db").c_str(), 1);
-        setenv("SystemRoot", dir_.c_str(), 1);
-        setenv("VK_SHARE_DIR", kShare.c_str(), 1);
-        // The simulated clock stands still, so running operations keep the
-        // progress the estate gives them.
-        setenv("KVDA_TIME_SCALE", "0", 1);
-        // A test estate file beside the cases, else a profile of the share.
-        const fs::path own = kHere / "estates" / profile;
-        const std::string chosen = fs::exists(own) ? own.string() : profile;
-        const Result init = RunProgram({"kvda", "init", "--profile", chosen, "--force"});
-        if (init.exitCode != 0) ADD_FAILURE() << "kvda init " << chosen << ": " << init.err;
-    }
-    ~Estate() {
-        std::error_code ignored;
-        fs::remove_all(dir_, ignored);
-    }
-    Estate(const Estate&) = delete;
-    Estate& operator=(const Estate&) = delete;
-
-  private:
-    fs::path dir_;
+    explicit Estate(const std::string& profile)
+        : vktest::Estate(kBin, kShare,
+                         fs::exists(kHere / "estates" / profile)
+                             ? (kHere / "estates" / profile).string()
+                             : profile) {}
 };
 
 // ---- expected-output cases ----------------------------------------------

@@ -9,6 +9,7 @@
 
 #include "clps.h"
 #include "clps_util.h"
+#include "frame_internal.h"
 #include "nearest_words.h"
 
 namespace {
@@ -197,6 +198,9 @@ const CLPSCCDT* CLPSFindCCDTRow(uint32_t argc, const char** argv, const CLPSCCDT
 
 CLPSResponse* CLPSSendRequest(uint32_t argc, const char** argv, CLPSCCDT* table, uint32_t count,
                               uint32_t* /*state*/) {
+    // Describing needs no command line: every row is described.
+    if ((CLPSGetHostFlags() & CLPS_HOST_DESCRIBE) != 0)
+        return clps::frame::DescribeCommands(table, count);
     if (argv == nullptr || table == nullptr) return nullptr;
     const CLPSCCDT* row = CLPSFindCCDTRow(argc, argv, table, count);
     const bool help = CLPSIsUsageHelp(argc, argv) != 0;

@@ -119,7 +119,8 @@ bool IsHidden(const CLPSNVActionRow& row) {
 std::vector<std::string_view> VisibleActions(const CLPSNVActionRow* table, uint32_t rowCount) {
     std::vector<std::string_view> actions;
     for (uint32_t r = 0; r < rowCount; ++r) {
-        if (table[r].kind == 1 && !IsHidden(table[r]) && table[r].pKeyValue != nullptr)
+        if (table[r].kind == CLPS_ROW_ACTION && !IsHidden(table[r]) &&
+            table[r].pKeyValue != nullptr)
             actions.emplace_back(table[r].pKeyValue);
     }
     return actions;
@@ -128,7 +129,8 @@ std::vector<std::string_view> VisibleActions(const CLPSNVActionRow* table, uint3
 // The names a row lets the user give: its parameters (those that must not
 // be given aside) and, for a selector row, the selector.
 bool RowTakes(const CLPSNVActionRow& row, std::string_view name) {
-    if (row.kind == 8 && row.pKeyName != nullptr && EqualsIgnoreCase(row.pKeyName, name))
+    if (row.kind == CLPS_ROW_SELECTOR && row.pKeyName != nullptr &&
+        EqualsIgnoreCase(row.pKeyName, name))
         return true;
     for (uint32_t i = 0; i < row.paramCount; ++i) {
         const CLPSNVParamRow& p = row.pParams[i];
@@ -141,7 +143,7 @@ bool RowTakes(const CLPSNVActionRow& row, std::string_view name) {
 
 // Presence rules of a report row, its selector, and no word it does not take.
 bool ReportRowMatches(const CLPSNVActionRow& row, const Command& cmd) {
-    if (row.kind == 8) {
+    if (row.kind == CLPS_ROW_SELECTOR) {
         const Word* sel = row.pKeyName != nullptr ? cmd.Find(row.pKeyName) : nullptr;
         if (sel == nullptr || row.pKeyValue == nullptr ||
             !EqualsIgnoreCase(sel->value, row.pKeyValue))
@@ -162,12 +164,13 @@ bool ReportRowMatches(const CLPSNVActionRow& row, const Command& cmd) {
 // report takes.
 std::string ReportRowSynopsis(const CLPSNVActionRow& row) {
     std::vector<std::string> parts;
-    if (row.kind == 8 && row.pKeyName != nullptr && row.pKeyValue != nullptr)
+    if (row.kind == CLPS_ROW_SELECTOR && row.pKeyName != nullptr && row.pKeyValue != nullptr)
         parts.push_back(std::string(row.pKeyName) + "=" + row.pKeyValue);
     for (uint32_t i = 0; i < row.paramCount; ++i) {
         const CLPSNVParamRow& p = row.pParams[i];
         if (p.pUserName == nullptr || !fr::IsRequiredRow(p)) continue;
-        if (row.kind == 8 && row.pKeyName != nullptr && EqualsIgnoreCase(p.pUserName, row.pKeyName))
+        if (row.kind == CLPS_ROW_SELECTOR && row.pKeyName != nullptr &&
+            EqualsIgnoreCase(p.pUserName, row.pKeyName))
             continue;
         std::string part = std::string(p.pUserName) + "=<" + fr::TypeName(p.valueType) + ">";
         if (std::find(parts.begin(), parts.end(), part) == parts.end()) parts.push_back(part);
@@ -205,8 +208,8 @@ std::string ExpectedFor(const CLPSNVActionRow& row, std::string_view name) {
 std::optional<Refusal> CheckRow(const CLPSNVActionRow& row, const Command& cmd) {
     const std::vector<std::string_view> names = fr::UserNames(row.pParams, row.paramCount);
     auto isKey = [&](std::string_view name) {
-        return (row.kind == 1 || row.kind == 8) && row.pKeyName != nullptr &&
-               EqualsIgnoreCase(row.pKeyName, name);
+        return (row.kind == CLPS_ROW_ACTION || row.kind == CLPS_ROW_SELECTOR) &&
+               row.pKeyName != nullptr && EqualsIgnoreCase(row.pKeyName, name);
     };
 
     // Words the row does not take.
@@ -250,7 +253,7 @@ std::optional<Refusal> CheckRow(const CLPSNVActionRow& row, const Command& cmd) 
             const bool number = checked.valueType == CLPS_VT_UINT ||
                                 checked.valueType == CLPS_VT_SMALL_UINT ||
                                 checked.valueType == CLPS_VT_RATE;
-            if (row.kind != 1 && number) checked.pMatchValue = nullptr;
+            if (row.kind != CLPS_ROW_ACTION && number) checked.pMatchValue = nullptr;
             if (!fr::IsValueOfType(checked, w.value))
                 return Refusal{CLPS_MSG_BAD_VALUE, pair, fr::DescribeForm(checked)};
             continue;
@@ -391,8 +394,8 @@ std::optional<Refusal> MissingForReport(const CLPSNVActionRow* table, uint32_t r
     size_t bestCount = 0;
     for (uint32_t r = 0; r < rowCount; ++r) {
         const CLPSNVActionRow& row = table[r];
-        if (row.kind == 1) continue;
-        if (row.kind == 8) {
+        if (row.kind == CLPS_ROW_ACTION) continue;
+        if (row.kind == CLPS_ROW_SELECTOR) {
             const Word* sel = row.pKeyName != nullptr ? cmd.Find(row.pKeyName) : nullptr;
             if (sel == nullptr || row.pKeyValue == nullptr ||
                 !EqualsIgnoreCase(sel->value, row.pKeyValue))
@@ -554,9 +557,10 @@ std::optional<Refusal> SelectReportRows(const CLPSNVActionRow* table, uint32_t r
     std::vector<std::string_view> known;
     for (uint32_t r = 0; r < rowCount; ++r) {
         const CLPSNVActionRow& row = table[r];
-        if (row.kind == 1) continue;
+        if (row.kind == CLPS_ROW_ACTION) continue;
         std::vector<std::string_view> names = fr::UserNames(row.pParams, row.paramCount);
-        if (row.kind == 8 && row.pKeyName != nullptr) names.insert(names.begin(), row.pKeyName);
+        if (row.kind == CLPS_ROW_SELECTOR && row.pKeyName != nullptr)
+            names.insert(names.begin(), row.pKeyName);
         for (std::string_view n : names) {
             if (std::none_of(known.begin(), known.end(),
                              [&](std::string_view k) { return EqualsIgnoreCase(k, n); }))
@@ -573,7 +577,8 @@ std::optional<Refusal> SelectReportRows(const CLPSNVActionRow* table, uint32_t r
     // report together; sending the first alone would leave the others
     // unreachable. Their answers are joined into one document.
     for (uint32_t r = 0; r < rowCount; ++r) {
-        if (table[r].kind != 1 && ReportRowMatches(table[r], cmd)) selected.push_back(&table[r]);
+        if (table[r].kind != CLPS_ROW_ACTION && ReportRowMatches(table[r], cmd))
+            selected.push_back(&table[r]);
     }
     return std::nullopt;
 }
@@ -583,15 +588,15 @@ std::optional<Refusal> SelectReportRows(const CLPSNVActionRow* table, uint32_t r
 Refusal NoReportRow(const CLPSNVActionRow* table, uint32_t rowCount, const Command& cmd,
                     uint32_t argc, const char** argv) {
     for (uint32_t r = 0; r < rowCount; ++r) {
-        if (table[r].kind != 8 || table[r].pKeyName == nullptr) continue;
+        if (table[r].kind != CLPS_ROW_SELECTOR || table[r].pKeyName == nullptr) continue;
         const Word* sel = cmd.Find(table[r].pKeyName);
         if (sel == nullptr) continue;
         std::vector<std::string_view> values;
         bool known = false;
         for (uint32_t o = 0; o < rowCount; ++o) {
             const CLPSNVActionRow& row = table[o];
-            if (row.kind != 8 || row.pKeyName == nullptr || row.pKeyValue == nullptr ||
-                !EqualsIgnoreCase(row.pKeyName, sel->name))
+            if (row.kind != CLPS_ROW_SELECTOR || row.pKeyName == nullptr ||
+                row.pKeyValue == nullptr || !EqualsIgnoreCase(row.pKeyName, sel->name))
                 continue;
             known = known || EqualsIgnoreCase(row.pKeyValue, sel->value);
             if (!IsHidden(row) && std::find(values.begin(), values.end(),
@@ -607,7 +612,7 @@ Refusal NoReportRow(const CLPSNVActionRow* table, uint32_t rowCount, const Comma
     }
     std::vector<std::string> synopses;
     for (uint32_t r = 0; r < rowCount; ++r) {
-        if (table[r].kind == 1 || IsHidden(table[r])) continue;
+        if (table[r].kind == CLPS_ROW_ACTION || IsHidden(table[r])) continue;
         std::string synopsis = ReportRowSynopsis(table[r]);
         if (std::find(synopses.begin(), synopses.end(), synopsis) == synopses.end())
             synopses.push_back(std::move(synopsis));
@@ -635,8 +640,8 @@ CLPSResponse* RunFrame(uint32_t argc, const char** argv, uint32_t usageMsgId,
     const CLPSNVActionRow* firstAction = nullptr;
     bool hasReportRows = false;
     for (uint32_t r = 0; r < rowCount; ++r) {
-        if (table[r].kind == 1 && firstAction == nullptr) firstAction = &table[r];
-        if (table[r].kind != 1) hasReportRows = true;
+        if (table[r].kind == CLPS_ROW_ACTION && firstAction == nullptr) firstAction = &table[r];
+        if (table[r].kind != CLPS_ROW_ACTION) hasReportRows = true;
     }
 
     std::vector<const CLPSNVActionRow*> selected;
@@ -645,7 +650,7 @@ CLPSResponse* RunFrame(uint32_t argc, const char** argv, uint32_t usageMsgId,
                              : nullptr;
     if (action != nullptr) {
         for (uint32_t r = 0; r < rowCount && selected.empty(); ++r) {
-            if (table[r].kind == 1 && table[r].pKeyValue != nullptr &&
+            if (table[r].kind == CLPS_ROW_ACTION && table[r].pKeyValue != nullptr &&
                 EqualsIgnoreCase(table[r].pKeyValue, action->value))
                 selected.push_back(&table[r]);
         }
@@ -718,12 +723,14 @@ const char* CLPSNVKeepString(const char* text) {
 }
 
 CLPSResponse* CLPSNVCmdConfigFunc(uint32_t argc, const char** argv, uint32_t usageMsgId,
-                                  uint32_t /*secondMsgId*/, const CLPSNVActionRow* table,
+                                  uint32_t secondMsgId, const CLPSNVActionRow* table,
                                   uint32_t rowCount, const char* styleSheet,
                                   CLPSNVValidateFunc validate) {
     ArenaScope scope;
     try {
         if (table == nullptr) rowCount = 0;
+        if ((CLPSGetHostFlags() & CLPS_HOST_DESCRIBE) != 0)
+            return fr::DescribeTable(usageMsgId, secondMsgId, table, rowCount, styleSheet);
         return RunFrame(argc, argv, usageMsgId, table, rowCount, styleSheet, validate);
     } catch (const std::bad_alloc&) {
         return nullptr;
