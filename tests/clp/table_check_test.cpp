@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "os/environment.h"
 #include "table_registry.h"
 
 namespace {
@@ -110,7 +111,7 @@ TEST(TableRegistry, EveryTableIsSound) {
 
 TEST(TableRegistry, HoldsExactlyTheTablesTheHandlersUse) {
     // No agent: describing sends nothing, and the alert log answers nothing.
-    setenv("VK_AGENT_DIR", "/nonexistent/vk-agents", 1);
+    vk::os::SetEnvironment("VK_AGENT_DIR", "/nonexistent/vk-agents");
     std::map<std::string, std::vector<std::string>> registered;
     for (const auto* list : registry::kCommandTables) {
         for (const kvclp::TableRef& table : *list) {
