@@ -1,5 +1,6 @@
 // kvda: the control tool of the simulated storage estate.
 #include <algorithm>
+#include <charconv>
 #include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -25,7 +26,7 @@ constexpr const char* kUsage =
     "       kvda fail OBJECT | kvda replace OBJECT\n"
     "       kvda alerts                          the alert log, oldest first\n"
     "       kvda time [advance DURATION]           (DURATION such as 90s, 10m, 2h, 1d)\n"
-    "       kvda journal [--clear]\n"
+    "       kvda journal [--clear | --keep N]   (the journal keeps the last N requests)\n"
     "state file: $KVDA_STATE, else the user's state directory (vk/kvda.db)\n";
 
 struct Usage : Error {
@@ -59,10 +60,9 @@ int cmdInit(const std::vector<std::string>& args) {
         Store store(state);
         store.replace(estate, profile);
     }
-    size_t disks = std::count_if(estate.objects.begin(), estate.objects.end(),
-                                 [](const Object& o) { return o.kind == kind::kDisk; });
     std::cout << "kvda: " << state.string() << " initialised from " << file.string() << " ("
-              << estate.all(kind::kController).size() << " controllers, " << disks << " disks)\n";
+              << estate.all(kind::kController).size() << " controllers, "
+              << estate.all(kind::kDisk).size() << " disks)\n";
     return 0;
 }
 
@@ -95,24 +95,24 @@ int cmdShow(Agent& agent, const std::vector<std::string>& args) {
     const Estate& e = agent.estate();
     if (json) {
         nlohmann::json out = nlohmann::json::array();
-        for (const Object& o : e.objects) {
+        for (const Object* o : e.everything()) {
             nlohmann::json props = nlohmann::json::object();
-            for (const auto& [k, v] : effectiveProps(e, o)) props[k] = v;
-            nlohmann::json item{{"kind", o.kind}, {"address", o.addr}, {"properties", props}};
-            if (o.ctrl >= 0) item["controller"] = o.ctrl;
-            if (!o.overrides.empty()) item["overrides"] = o.overrides;
+            for (const auto& [k, v] : effectiveProps(e, *o)) props[k] = v;
+            nlohmann::json item{{"kind", o->kind}, {"address", o->addr}, {"properties", props}};
+            if (o->ctrl >= 0) item["controller"] = o->ctrl;
+            if (!o->overrides.empty()) item["overrides"] = o->overrides;
             out.push_back(item);
         }
         std::cout << out.dump(2) << "\n";
         return 0;
     }
-    for (const Object& o : e.objects) {
-        std::cout << o.kind;
-        if (o.ctrl >= 0) std::cout << " controller=" << o.ctrl;
-        if (o.kind != kind::kController) std::cout << " " << o.addr;
-        std::cout << "  ObjID=" << o.get("ObjID") << " Name=\"" << o.get("Name") << "\"";
-        if (!o.get("ObjState").empty()) std::cout << " ObjState=" << o.get("ObjState");
-        for (const auto& [k, v] : o.overrides) std::cout << " !" << k << "=" << v;
+    for (const Object* o : e.everything()) {
+        std::cout << o->kind;
+        if (o->ctrl >= 0) std::cout << " controller=" << o->ctrl;
+        if (o->kind != kind::kController) std::cout << " " << o->addr;
+        std::cout << "  ObjID=" << o->get("ObjID") << " Name=\"" << o->get("Name") << "\"";
+        if (!o->get("ObjState").empty()) std::cout << " ObjState=" << o->get("ObjState");
+        for (const auto& [k, v] : o->overrides) std::cout << " !" << k << "=" << v;
         std::cout << "\n";
     }
     return 0;
@@ -202,6 +202,14 @@ int cmdTime(Agent& agent, const std::vector<std::string>& args) {
 int cmdJournal(Agent& agent, const std::vector<std::string>& args) {
     if (args.size() == 1 && args[0] == "--clear") {
         agent.store().clearJournal();
+        return 0;
+    }
+    if (args.size() == 2 && args[0] == "--keep") {
+        int64_t n = 0;
+        auto r = std::from_chars(args[1].data(), args[1].data() + args[1].size(), n);
+        if (r.ec != std::errc() || r.ptr != args[1].data() + args[1].size())
+            throw Usage("journal: --keep takes a number of requests, not '" + args[1] + "'");
+        agent.store().setJournalSize(n);
         return 0;
     }
     if (!args.empty()) throw Usage("journal: unknown argument '" + args[0] + "'");
