@@ -17,7 +17,8 @@ using namespace kvda;
 namespace {
 
 constexpr const char* kUsage =
-    "usage: kvda init [--profile NAME|FILE] [--force]\n"
+    "usage: kvda init [--profile NAME|FILE | --generate KEY=VALUE,...] [--force]\n"
+    "         (--generate keys: controllers, disks, vdisks, slots, media, base)\n"
     "       kvda profiles\n"
     "       kvda show [--format=json]\n"
     "       kvda send vkacmd=REQUEST [name=value...]\n"
@@ -34,7 +35,7 @@ struct Usage : Error {
 };
 
 int cmdInit(const std::vector<std::string>& args) {
-    std::string profile = "default";
+    std::string profile, generate;
     bool force = false;
     for (size_t i = 0; i < args.size(); ++i) {
         if (args[i] == "--force")
@@ -43,24 +44,41 @@ int cmdInit(const std::vector<std::string>& args) {
             profile = args[++i];
         else if (args[i].starts_with("--profile="))
             profile = args[i].substr(10);
+        else if (args[i] == "--generate" && i + 1 < args.size())
+            generate = args[++i];
+        else if (args[i].starts_with("--generate="))
+            generate = args[i].substr(11);
         else
             throw Usage("init: unknown argument '" + args[i] + "'");
     }
-    fs::path file = resolveProfile(profile);
-    Estate estate = buildEstate(readProfile(file), file.string());  // refuse before touching state
+    if (!profile.empty() && !generate.empty())
+        throw Usage("init: give --profile or --generate, not both");
+    // refuse a bad profile before touching the state
+    std::string origin, name;
+    Estate estate;
+    if (!generate.empty()) {
+        origin = "a generated profile (" + generate + ")";
+        name = "generated:" + generate;
+        estate = buildEstate(generateProfile(generate), "generated profile");
+    } else {
+        name = profile.empty() ? "default" : profile;
+        fs::path file = resolveProfile(name);
+        origin = file.string();
+        estate = buildEstate(readProfile(file), file.string());
+    }
     fs::path state = defaultStatePath();
     if (fs::exists(state) && !force)
         throw Error("state file " + state.string() + " exists; add --force to replace it");
     try {
         Store store(state);
-        store.replace(estate, profile);
+        store.replace(estate, name);
     } catch (const Error& e) {
         if (!force || std::string(e.what()).find("schema version") == std::string::npos) throw;
         for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(state.string() + suffix);
         Store store(state);
-        store.replace(estate, profile);
+        store.replace(estate, name);
     }
-    std::cout << "kvda: " << state.string() << " initialised from " << file.string() << " ("
+    std::cout << "kvda: " << state.string() << " initialised from " << origin << " ("
               << estate.all(kind::kController).size() << " controllers, "
               << estate.all(kind::kDisk).size() << " disks)\n";
     return 0;

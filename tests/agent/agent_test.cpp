@@ -276,6 +276,48 @@ TEST_F(AgentTest, ProfilesAreReadOnlyFromRegularFilesOfBoundedSize) {
     }
 }
 
+TEST_F(AgentTest, GeneratedProfilesHaveTheAskedShape) {
+    auto count = [](const Estate& e, std::string_view k, int64_t g) { return e.of(k, g).size(); };
+    Estate two = buildEstate(generateProfile("controllers=2,disks=130,slots=12,vdisks=3,media=ssd"),
+                             "generated");
+    ASSERT_EQ(two.all(kind::kController).size(), 2u);
+    for (int64_t g : {0, 1}) {
+        EXPECT_EQ(count(two, kind::kDisk, g), 130u);
+        EXPECT_EQ(count(two, kind::kEnclosure, g), 11u);  // shelves of 12 slots
+        EXPECT_EQ(count(two, kind::kVdisk, g), 3u);
+        EXPECT_EQ(two.find(kind::kDisk, g, "0:10:9")->get("MediaType"), "2");
+    }
+    // a shipped profile's controllers first: controller 0 as in that profile
+    Estate def = buildEstate(readProfile(resolveProfile("default")), "default");
+    Estate both = buildEstate(generateProfile("base=default,disks=5000"), "generated");
+    const auto defaults = def.all(kind::kController).size();
+    ASSERT_EQ(both.all(kind::kController).size(), defaults + 1);
+    for (int64_t g = 0; g < static_cast<int64_t>(defaults); ++g)
+        EXPECT_EQ(count(both, kind::kDisk, g), count(def, kind::kDisk, g));
+    EXPECT_EQ(count(both, kind::kDisk, static_cast<int64_t>(defaults)), 5000u);
+    // clang-format off
+    const std::vector<std::pair<std::string, std::string>> bad{
+        {"disks=x",                    "disks 'x' is not a number from 0 to 1048576"},
+        {"controllers=0",              "controllers '0' is not a number from 1 to 64"},
+        {"colour=blue",                "unknown key 'colour'; valid keys: base, controllers"},
+        {"disks",                      "'disks' is not key=value"},
+        {"disks=10,vdisks=6",          "6 two-disk virtual disks need 12 disks, not 10"},
+        {"disks=300000,slots=12",      "300000 disks do not fit on one controller: at most 49152"},
+        {"media=tape",                 "media 'tape' is not hdd or ssd"},
+        {"base=none-such",             "cannot read profile"},
+        {"base=default,controllers=62", "65 controllers are more than the 64 allowed"},
+    };
+    // clang-format on
+    for (const auto& [spec, message] : bad) {
+        try {
+            buildEstate(generateProfile(spec), "generated");
+            ADD_FAILURE() << "accepted: " << spec;
+        } catch (const Error& e) {
+            EXPECT_NE(std::string(e.what()).find(message), std::string::npos) << e.what();
+        }
+    }
+}
+
 TEST_F(AgentTest, ShippedProfilesLoad) {
     int loaded = 0;
     for (const auto& e : fs::directory_iterator(profilesDir())) {
