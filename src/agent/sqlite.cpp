@@ -35,9 +35,9 @@ std::optional<gid_t> adminGroup() {
 // group leaves the caller's own group, still not readable by others).
 void createPrivate(const std::string& path) {
     const std::optional<gid_t> group = adminGroup();
-    // The companions first: once the main file exists another process may
-    // open it and expects them in place.
-    for (const char* suffix : {"-wal", "-shm", ""}) {
+    // The file first, so that a directory this user may not write is named;
+    // a process that opens it meanwhile makes the companions with its mode.
+    for (const char* suffix : {"", "-wal", "-shm"}) {
         const std::string name = path + suffix;
         int fd =
             ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kStateMode);
