@@ -40,10 +40,9 @@ void deleteVdisk(W& w, int64_t vdOid) {
             w.reply(d->oid);
         }
     }
-    for (const Object& o : w.e.objects)
-        if (o.parent == vdOid ||
-            (o.kind == kind::kCachedLun && o.ctrl == g && o.get("LogicalDriveNum") == num))
-            gone.push_back(o.oid);
+    for (const Object* o : w.e.children(vdOid)) gone.push_back(o->oid);
+    for (const Object* l : w.e.of(kind::kCachedLun, g))
+        if (l->get("LogicalDriveNum") == num) gone.push_back(l->oid);
     gone.push_back(vdOid);
     for (int64_t oid : gone) w.e.remove(oid);
     std::erase_if(w.answered, [&](int64_t oid) { return !w.e.byOid(oid); });

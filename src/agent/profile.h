@@ -31,6 +31,13 @@ std::string readProfile(const std::filesystem::path& file);
 // Throws Error with the JSON path of the first offending item.
 Estate buildEstate(const std::string& text, const std::string& origin);
 
+// A profile made from "key=value,..." for estates of any size: `controllers`
+// RAID controllers (1), each with `disks` disks (16) in shelves of `slots`
+// slots (60) on as many connectors as they need, `vdisks` two-disk RAID 1
+// virtual disks (0), disks of `media` hdd or ssd; after the controllers of
+// the profile `base` when given. Throws Error naming a bad key or value.
+std::string generateProfile(const std::string& spec);
+
 // The directory holding the shipped profiles.
 std::filesystem::path profilesDir();
 // A profile name ("default") or a file path to the file to read.

@@ -134,7 +134,7 @@ void getControllerListArrayInfo(Ctx& c) {
     for (const Object* ctl : c.estate.all(kind::kController)) controllerArrayInfo(c, ctl->ctrl);
 }
 void getStoreDump(Ctx& c) {
-    for (const Object& o : c.estate.objects) c.emit(o);
+    c.emitAll(c.estate.everything());
 }
 
 // ---- connectors ----
@@ -556,82 +556,12 @@ std::string journalLine(const std::vector<std::string>& pairs) {
     return line;
 }
 
-Agent::Agent(const std::filesystem::path& statePath) : store_(statePath) {}
-
-const Estate& Agent::current() {
-    int64_t g = store_.generation();
-    if (g != generation_) {
-        estate_ = store_.load();
-        generation_ = g;
-        activeOps_ = hasActiveOps(estate_);
-    }
-    return estate_;
-}
-
-const Estate& Agent::estate() {
-    std::lock_guard lock(mutex_);
-    current();
-    // While operations run, the time that passed since the last write is
-    // written before anything is answered, so that every reader sees the
-    // same progress.
-    if (activeOps_ && effectiveTime(estate_, wallMillis()) > estate_.simTime) {
-        try {
-            mutate([](Estate&, int64_t&) {});
-        } catch (const std::exception&) {
-            // a state file this process cannot write: answer from the stored
-            // state, brought to the present in memory only
-            advanceEstate(estate_, estate_.simTime, effectiveTime(estate_, wallMillis()));
-            generation_ = -1;  // read it again next time
-        }
-    }
-    return estate_;
-}
-
-void Agent::mutate(const Store::Mutation& change) {
-    std::lock_guard lock(mutex_);
-    Estate result;
-    int64_t g = store_.mutate(change, generation_ >= 0 ? &estate_ : nullptr, generation_, result);
-    estate_ = std::move(result);
-    generation_ = g;
-    activeOps_ = hasActiveOps(estate_);
-}
-
-int64_t Agent::now() {
-    std::lock_guard lock(mutex_);
-    return effectiveTime(estate(), wallMillis());
-}
-
-std::string Agent::send(const std::vector<std::string>& pairs) {
-    std::lock_guard lock(mutex_);
-    Answer answer;
-    int st = status::kOk;
-    std::string message;
-    try {
-        Request req = parseRequest(pairs);
-        if (req.name.empty()) {
-            st = status::kBadRequest;
-            message = "the first entry must be vkacmd=<request>";
-        } else if (const Route* r = route(req.name)) {
-            Ctx ctx{req, estate(), answer};
-            r->handler(ctx);
-        } else if (isWriteRequest(req.name)) {
-            const std::filesystem::path dir = std::filesystem::path(store_.path()).parent_path();
-            mutate([&](Estate& e, int64_t& now) { runWrite(req, e, now, dir, answer); });
-        } else {
-            st = status::kUnknownRequest;
-            message = "unknown request '" + req.name + "'";
-        }
-    } catch (const RequestError& e) {
-        st = e.status;
-        message = e.message;
-    } catch (const std::exception& e) {
-        st = status::kStateError;
-        message = e.what();
-    }
-    // the journal records what was asked and what came of it
-    store_.journal(journalLine(pairs) + " => " + std::to_string(st) +
-                   (message.empty() ? "" : " " + message));
-    return answer.finish(st, message);
+bool runRead(const Request& req, const Estate& e, Answer& answer) {
+    const Route* r = route(req.name);
+    if (!r) return false;
+    Ctx ctx{req, e, answer};
+    r->handler(ctx);
+    return true;
 }
 
 }  // namespace kvda
