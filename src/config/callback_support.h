@@ -77,9 +77,10 @@ class CallbackCall {
     char* err2_;
 };
 
-// 0 when controller is null or names a controller the agent lists (bounded
-// list of kControllerListSize bytes); 1774 when it is busy with automatic
-// configuration; otherwise 1600 with the controller and the valid ones.
+// 0 when controller is null or names a controller the agent lists and that
+// is not busy with automatic configuration (bounded list of
+// kControllerListSize bytes); otherwise 1600 with the controller and the
+// valid ones.
 int32_t CheckControllerWithSize(const CallbackCall& call, const char* controller);
 // The same with the whole controller list.
 int32_t CheckController(const CallbackCall& call, const char* controller);

@@ -5,6 +5,7 @@
 // text against JSON, a large estate, and the message catalogue against the
 // numbers the code returns.
 #include <fcntl.h>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <libexslt/exslt.h>
 #include <libxml/parser.h>
@@ -95,7 +96,17 @@ Result RunProgram(const std::vector<std::string>& argv) {
     return result;
 }
 
-// A private agent state, trace directory and share directory for one test.
+// Configuration commands need administrator rights: the group the test runs
+// in is made the administrators' group.
+void GrantAdministratorRights(const fs::path& dir) {
+    const group* own = getgrgid(getegid());
+    std::ofstream(dir / "host.conf")
+        << "admin_group=" << (own != nullptr ? own->gr_name : "root") << "\n";
+    setenv("VK_HOST_CONF", (dir / "host.conf").c_str(), 1);
+}
+
+// A private agent state, trace directory, share directory and host
+// configuration for one test.
 class Estate {
   public:
     explicit Estate(const std::string& profile) {
@@ -107,6 +118,7 @@ class Estate {
         // The simulated clock stands still, so running operations keep the
         // progress the estate gives them.
         setenv("KVDA_TIME_SCALE", "0", 1);
+        GrantAdministratorRights(dir_);
         // A test estate file beside the cases, else a profile of the share.
         const fs::path own = kHere / "estates" / profile;
         const std::string chosen = fs::exists(own) ? own.string() : profile;
@@ -123,6 +135,80 @@ class Estate {
   private:
     fs::path dir_;
 };
+
+// ---- refusals, end to end ----------------------------------------------
+// A command refused by a check: the estate it meets (a profile or a test
+// estate, then "kvda set" overrides), the command, and what the user is
+// shown: the message number, its two texts and the rendered line.
+struct Refusal {
+    std::string estate;
+    std::vector<std::string> overrides;  // "controller=0 AutoConfigProgressState=1"
+    std::string command;                 // "vkconfig storage vdisk action=blink ..."
+    int message = 0;
+    std::string arg1;
+    std::string arg2;
+    std::string text;
+};
+
+// Runs the refusal's command as JSON (a configuration command as a dry run,
+// so that nothing is sent even if a check lets it through) and compares
+// what the user is shown.
+void ExpectRefusal(const Refusal& r) {
+    SCOPED_TRACE(r.command);
+    const Estate estate(r.estate);
+    for (const std::string& line : r.overrides) {
+        std::vector<std::string> words = Words("kvda set " + line);
+        const Result set = RunProgram(words);
+        ASSERT_EQ(set.exitCode, 0) << line << ": " << set.err;
+    }
+    std::vector<std::string> command = Words(r.command);
+    command.insert(command.begin() + 1, "--format=json");
+    if (command.front() == "vkconfig") command.insert(command.begin() + 1, "--dry-run");
+    const Result run = RunProgram(command);
+    const nlohmann::json doc = nlohmann::json::parse(run.out, nullptr, false);
+    ASSERT_FALSE(doc.is_discarded()) << run.out << run.err;
+    EXPECT_EQ(doc.value("status", ""), "refused") << run.out;
+    EXPECT_EQ(doc.value("message", 0), r.message);
+    const auto args = doc.value("args", std::vector<std::string>{"", ""});
+    ASSERT_EQ(args.size(), 2u);
+    EXPECT_EQ(args[0], r.arg1);
+    EXPECT_EQ(args[1], r.arg2);
+    EXPECT_EQ(doc.value("text", ""), r.text);
+}
+
+// A controller busy with automatic configuration fails its check like an
+// unknown one wherever the bounded controller check is made: 1600 with the
+// controllers listed up to it.
+TEST(Refusals, ABusyControllerIsRefusedAsAnInvalidController) {
+    const std::string busy = "controller=0 AutoConfigProgressState=1";
+    const std::string text =
+        "Controller 0 was not found or is busy with automatic configuration. Valid controllers: 0";
+    // clang-format off
+    const std::vector<std::string> commands{
+        "vkconfig storage controller action=exportlog controller=0",
+        "vkconfig storage pdisk action=blink controller=0 pdisk=0:0:7",
+        "vkconfig storage adisk action=blink controller=0 adisk=0:0:7",
+        "vkconfig storage vdisk action=blink controller=0 vdisk=0",
+        "vkconfig storage enclosure action=blink controller=0 enclosure=0:0",
+        "vkconfig storage battery action=startlearn controller=0 battery=0",
+        "vkconfig storage cachecade action=blink controller=0 cachecade=0",
+        "vkconfig storage globalinfo action=service_patrolreadrate controller=0 rate=50",
+        "vkreport storage battery controller=0 battery=0",
+        "vkreport storage controller controller=0",
+    };
+    // clang-format on
+    for (const std::string& command : commands)
+        ExpectRefusal({"default", {busy}, command, 1600, "0", "0", text});
+    ExpectRefusal({"default",
+                   {"controller=2 AutoConfigProgressState=1"},
+                   "vkconfig storage pciessd action=addtocachepool subsystem=2 pciedevice=0:0:0 "
+                   "force=yes",
+                   1600,
+                   "2",
+                   "0, 1, 2",
+                   "Controller 2 was not found or is busy with automatic configuration. Valid "
+                   "controllers: 0, 1, 2"});
+}
 
 // ---- expected-output cases ----------------------------------------------
 // cases/NAME.case holds "estate:", "command:" and optionally "exit:" and
