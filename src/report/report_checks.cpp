@@ -135,14 +135,16 @@ int32_t TestCachecade(const Check& c, const char* cachecade, const char* control
                             kNoCachecades);
 }
 
-// A disk or tape drive: with none listed, the valid text says so.
+// A disk or tape drive. The count of objects found, not the list, tells
+// whether the controller has none: objects left out of the list (attribute
+// 0x80) still exist, and then the list is simply empty.
 int32_t TestDisk(const Check& c, const char* id, const char* controller, DiskValidator validate,
                  int32_t refusal, const char* noneText) {
     if (id == nullptr) return 0;
     std::string valid;
     uint32_t count = 0;
     if (validate(id, controller, valid, 0, &count) != 0)
-        return c.Refuse(refusal, id, valid.empty() ? noneText : valid);
+        return c.Refuse(refusal, id, count != 0 ? valid : noneText);
     return 0;
 }
 
@@ -153,7 +155,7 @@ int32_t TestEnclosure(const Check& c, const char* enclosure, const char* control
     if (IsUserEnclosureIdValidWithSize(enclosure, controller, valid.data(), valid.size(),
                                        &listed) == 0)
         return 0;
-    return c.Refuse(kBadEnclosure, enclosure, valid[0] == '\0' ? kNoEnclosures : valid.data());
+    return c.Refuse(kBadEnclosure, enclosure, listed != 0 ? valid.data() : kNoEnclosures);
 }
 
 // The index validators of the enclosure's components, by info word.
@@ -217,7 +219,7 @@ VK_REPORT_CHECK(CheckBatteries) {
         uint32_t count = 0;
         if (IsUserBatteryIdValidWithSize(battery, controller, valid.data(), valid.size(), &count) !=
             0) {
-            if (valid[0] == '\0')
+            if (count == 0)
                 return c.Refuse(kNoBattery, controller != nullptr ? controller : "", "");
             return c.Refuse(kBadBattery, battery, valid.data());
         }

@@ -210,6 +210,39 @@ TEST(Refusals, ABusyControllerIsRefusedAsAnInvalidController) {
                    "controllers: 0, 1, 2"});
 }
 
+// Whether a controller has no disks (or tape drives) is decided by how many
+// there are, not by the list of valid ones: disks left out of the list
+// (attribute 0x80) still exist, and the list is then empty.
+TEST(Refusals, NoneIsSaidOnlyWhenThereAreNoObjects) {
+    const std::string hidden = "AttributesMask=10000000";
+    const std::vector<std::string> hba{"controller=1 pdisk=0:0 " + hidden,
+                                       "controller=1 pdisk=0:1 " + hidden,
+                                       "controller=1 pdisk=0:2 " + hidden};
+    const std::string noDisks = "None - There are no physical disks on this controller.";
+    // clang-format off
+    const std::vector<Refusal> cases{
+        {"default", hba, "vkreport storage pdisk controller=1 pdisk=0:9", 1602, "0:9", "",
+         "Physical disk 0:9 was not found. Valid physical disks: "},
+        {"default", hba, "vkreport storage adisk controller=1 adisk=0:9", 1602, "0:9", "",
+         "Physical disk 0:9 was not found. Valid physical disks: "},
+        {"default", hba, "vkconfig storage pdisk action=blink controller=1 pdisk=0:9", 1602, "0:9", "",
+         "Physical disk 0:9 was not found. Valid physical disks: "},
+        {"rack.json", {"controller=0 tape=0:5 " + hidden}, "vkreport storage tape controller=0 tape=0:9",
+         1752, "0:9", "", "Tape drive 0:9 was not found. Valid tape drives: "},
+        // No disks at all, and disks of which some are listed.
+        {"empty", {}, "vkreport storage pdisk controller=0 pdisk=0:0", 1602, "0:0", noDisks,
+         "Physical disk 0:0 was not found. Valid physical disks: " + noDisks},
+        {"rack.json", {}, "vkreport storage tape controller=1 tape=0:5", 1752, "0:5",
+         "None - There is no tapedrive on this controller.",
+         "Tape drive 0:5 was not found. Valid tape drives: None - There is no tapedrive on this "
+         "controller."},
+        {"default", {hba[0], hba[1]}, "vkreport storage pdisk controller=1 pdisk=0:9", 1602, "0:9",
+         "0:2", "Physical disk 0:9 was not found. Valid physical disks: 0:2"},
+    };
+    // clang-format on
+    for (const Refusal& r : cases) ExpectRefusal(r);
+}
+
 // ---- expected-output cases ----------------------------------------------
 // cases/NAME.case holds "estate:", "command:" and optionally "exit:" and
 // "stream: stderr"; cases/NAME.expected the exact text of that stream.
