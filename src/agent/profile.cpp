@@ -493,7 +493,7 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
                 o.set("EnclosureID", ids);
                 o.set("BusProtocol", std::to_string(proto));
                 o.set("Name", type == 1 ? "Backplane" : "Storage Shelf " + ids);
-                o.set("ProductID", e.text("product", type == 1 ? "BP12G+" : "KS-60"));
+                o.set("ProductID", e.text("product", type == 1 ? "KB-12" : "KS-60"));
                 o.set("EnclosureType", std::to_string(type));
                 o.set("SlotCount", std::to_string(e.integer("slots", 12, 1, 256)));
                 o.set("ObjState", "1");
@@ -584,7 +584,7 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
         o.set("TargetID", std::to_string(target));
         o.set("Name", "Tape " + cs + std::string(":") + std::to_string(target));
         o.set("Vendor", t.text("vendor", "Kestrel"));
-        o.set("ProductID", t.text("model", "KT-LTO8"));
+        o.set("ProductID", t.text("model", "Tape 8"));
         o.set("BusProtocol", std::to_string(proto));
         o.set("ObjState", "1");
         o.set("AttributesMask", toMask(0));

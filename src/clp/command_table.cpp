@@ -27,8 +27,9 @@ CLPSResponse* ConfigStorageUsage(uint32_t argc, const char** argv) {
 
 namespace kvclp {
 
-// Row 26 asks only reading rights and row 29 is served by the tape report
-// handler; both are kept as they are on purpose.
+// Two rows differ from their neighbours by design: configuring a cachecade
+// needs only reading rights, and "vkconfig storage tape" is served by the
+// tape report handler (it shows the tape drives).
 // clang-format off
 std::array<CLPSCCDT, kCommandCount> g_commandTable = {{
     {"vkreport",              "storage",       ReportStorageUsage,  kRead},

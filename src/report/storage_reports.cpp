@@ -67,7 +67,7 @@ constexpr CLPSNVActionRow prefix##Table[] = {                                   
 
 VK_DISK_ROWS(kADiskVd,  "adisk", "adisk", "vdisk")
 VK_DISK_ROWS(kADiskCc,  "adisk", "adisk", "cachecade")
-// The channel rows of the pdisk tables forbid "adisk", as they always have.
+// In the pdisk tables too, the keyword the channel rows forbid is "adisk".
 VK_DISK_ROWS(kPDiskVd,  "pdisk", "adisk", "vdisk")
 VK_DISK_ROWS(kPDiskCc,  "pdisk", "adisk", "cachecade")
 #undef VK_DISK_ROWS
