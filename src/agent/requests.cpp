@@ -161,11 +161,17 @@ void getArrayDisk(Ctx& c) {
 void getArrayDisksForController(Ctx& c) {
     c.emitAll(c.estate.of(kind::kDisk, c.ctrl()));
 }
+// The disks attached to the connector and those in its enclosures. Like
+// every per-connector request it goes by the connector's position, not by
+// what its Channel tag reads (an override may change that).
 void getArrayDisksForChannel(Ctx& c) {
     int64_t g = c.ctrl();
-    std::string ch = std::to_string(c.connector(g).num("Channel"));
+    const Object& connector = c.connector(g);
+    std::set<int64_t> parents{connector.oid};
+    for (const Object* e : c.estate.children(kind::kEnclosure, connector.oid))
+        parents.insert(e->oid);
     c.emitAll(filter(c.estate.of(kind::kDisk, g),
-                     [&](const Object& d) { return d.get("Channel") == ch; }));
+                     [&](const Object& d) { return parents.count(d.parent) != 0; }));
 }
 void getArrayDisksForEnclosure(Ctx& c) {
     int64_t g = c.ctrl();

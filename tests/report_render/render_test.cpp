@@ -20,6 +20,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <regex>
@@ -294,6 +295,103 @@ INSTANTIATE_TEST_SUITE_P(Cases, RenderCase, testing::ValuesIn(LoadCases()),
                          [](const testing::TestParamInfo<Case>& param) {
                              return param.param.name;
                          });
+
+// ---- the simulated estate ------------------------------------------------
+using Tags = std::map<std::string, std::string>;
+
+// The storage objects of an agent answer (kvda send), one map of tags each.
+std::vector<Tags> AnswerObjects(const std::string& xml) {
+    static const std::regex kObject(R"(<QXStorageObject>([\s\S]*?)</QXStorageObject>)");
+    static const std::regex kTag(R"(<(\w+)>([^<]*)</\1>)");
+    std::vector<Tags> objects;
+    for (std::sregex_iterator o(xml.begin(), xml.end(), kObject), end; o != end; ++o) {
+        const std::string body = (*o)[1];
+        Tags tags;
+        for (std::sregex_iterator t(body.begin(), body.end(), kTag); t != end; ++t)
+            tags[(*t)[1]] = (*t)[2];
+        objects.push_back(std::move(tags));
+    }
+    return objects;
+}
+
+// The capacity a product id names ("KH-10K 1.2T", "KS-E3 960", "KX-N7
+// 3.2TB"), in GB; -1 when it names none.
+long long NamedCapacity(const std::string& productId) {
+    static const std::regex kSize(R"( (\d+)(?:\.(\d+))?(T?)B?$)");
+    std::smatch m;
+    if (!std::regex_search(productId, m, kSize)) return -1;
+    if (m[3] != "T") return std::stoll(m[1]);
+    std::string fraction = m[2].str() + "000";
+    return std::stoll(m[1]) * 1000 + std::stoll(fraction.substr(0, 3));
+}
+
+// The estate as the documentation describes it and as every request sees
+// it: overrides through the documented object words, numbering, and
+// answers that agree with each other.
+TEST(SimulatedEstate, AgreesWithItselfAndItsDocumentation) {
+    using Check = std::function<void(const std::vector<Tags>&)>;
+    const auto count = [](size_t n) {
+        return [n](const std::vector<Tags>& objects) { EXPECT_EQ(objects.size(), n); };
+    };
+    // Every disk's size is the one its product id names (capacity_gb
+    // counts binary gigabytes).
+    const Check sizesAsNamed = [](const std::vector<Tags>& disks) {
+        EXPECT_FALSE(disks.empty());
+        for (const Tags& d : disks) {
+            const long long named = NamedCapacity(d.at("ProductID"));
+            if (named < 0) continue;
+            EXPECT_EQ(std::stoll(d.at("Length")) >> 30, named) << d.at("ProductID");
+        }
+    };
+    const struct {
+        std::string estate;
+        std::vector<std::string> setup;  // kvda commands run first
+        std::string request;             // kvda send words
+        Check check;
+    } cases[] = {
+        // The enclosures of a connector are numbered 0, 1, ... on every connector.
+        {"large",
+         {},
+         "vkacmd=getEnclosuresForChannel GlobalNo=0 Channel=1",
+         [](const std::vector<Tags>& encs) {
+             ASSERT_EQ(encs.size(), 2u);
+             EXPECT_EQ(encs[0].at("EnclosureID") + " " + encs[1].at("EnclosureID"), "0 1");
+         }},
+        // A connector whose Channel tag is overridden is still addressed by
+        // its position, by the disk requests as by the enclosure requests.
+        {"default",
+         {"set controller=0 connector=0 Channel=7"},
+         "vkacmd=getArrayDisksForChannel GlobalNo=0 Channel=0",
+         count(11)},
+        {"default",
+         {"set controller=0 connector=0 Channel=7"},
+         "vkacmd=getEnclosuresForChannel GlobalNo=0 Channel=0",
+         count(1)},
+        // A cached LUN is named without its controller.
+        {"rack.json",
+         {"set cachedlun=lun0 CacheLunMode=wt"},
+         "vkacmd=getAllCachedLuns",
+         [](const std::vector<Tags>& luns) {
+             ASSERT_EQ(luns.size(), 1u);
+             EXPECT_EQ(luns[0].at("CacheLunMode"), "wt");
+         }},
+        {"default", {}, "vkacmd=getArrayDisksForController GlobalNo=0", sizesAsNamed},
+        {"rack.json", {}, "vkacmd=getArrayDisksForController GlobalNo=0", sizesAsNamed},
+        {"large", {}, "vkacmd=getArrayDisksForController GlobalNo=3", sizesAsNamed},
+        {"default", {}, "vkacmd=getNVMeAdaptersForController GlobalNo=2", sizesAsNamed},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.estate + ": " + c.request);
+        const Estate estate(c.estate);
+        for (const std::string& line : c.setup) {
+            const Result r = RunProgram(Words("kvda " + line));
+            EXPECT_EQ(r.exitCode, 0) << line << ": " << r.err;
+        }
+        const Result answer = RunProgram(Words("kvda send " + c.request));
+        EXPECT_EQ(answer.exitCode, 0) << answer.out;
+        c.check(AnswerObjects(answer.out));
+    }
+}
 
 // ---- text against JSON ---------------------------------------------------
 std::vector<std::string> TextIds(const std::string& text) {
