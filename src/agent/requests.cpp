@@ -304,9 +304,7 @@ void getPowerSupplies(Ctx& c) {
 void getEmms(Ctx& c) {
     components(c, kind::kEmm);
 }
-void getSlotReportForEnclosure(Ctx& c) {
-    int64_t g = c.ctrl();
-    const Object& e = c.enclosure(g);
+void slotReport(Ctx& c, int64_t g, const Object& e) {
     auto disks = c.estate.children(kind::kDisk, e.oid);
     for (long long s = 0; s < e.num("SlotCount"); ++s) {
         const Object* held = nullptr;
@@ -320,6 +318,16 @@ void getSlotReportForEnclosure(Ctx& c) {
                          {"DiskObjID", held ? held->get("ObjID") : ""},
                          {"DiskName", held ? held->get("Name") : ""}});
     }
+}
+// The slots of one enclosure; without Enclosure= (the controller's slot
+// report) those of every enclosure of the controller.
+void getSlotReportForEnclosure(Ctx& c) {
+    int64_t g = c.ctrl();
+    if (!c.req.get("Enclosure")) {
+        for (const Object* e : c.estate.of(kind::kEnclosure, g)) slotReport(c, g, *e);
+        return;
+    }
+    slotReport(c, g, c.enclosure(g));
 }
 
 // ---- tapes, NVMe, PCIe ----
