@@ -82,7 +82,9 @@ class CallbackCall {
 // kControllerListSize bytes); otherwise 1600 with the controller and the
 // valid ones.
 int32_t CheckControllerWithSize(const CallbackCall& call, const char* controller);
-// The same with the whole controller list.
+// The same with the whole controller list. This lookup only asks whether
+// the controller exists, so a controller busy with automatic configuration
+// passes it.
 int32_t CheckController(const CallbackCall& call, const char* controller);
 // The two capability bits of an action: 1614 when it is not supported, 1615
 // when it is not possible now (first text the action), else 0.

@@ -103,7 +103,8 @@ using ListValidator = int32_t (*)(const char*, const char*, std::string&);
 using DiskValidator = int32_t (*)(const char*, const char*, std::string&, int32_t, uint32_t*);
 
 // 0 when id is not given or validate finds it among the controller's objects,
-// else refusal with id and the valid ones, or none when there are none.
+// else refusal with id and the valid ones, or none when there are none
+// (these validators list every object, so an empty list means none).
 int32_t TestListed(const Check& c, const char* id, const char* controller, ListValidator validate,
                    int32_t refusal, const char* none) {
     if (id == nullptr) return 0;

@@ -102,7 +102,8 @@ const Route kRoutes[] = {
 };
 // clang-format on
 
-// Every table of the plug-in, once each.
+// Every table of the plug-in, once each. The walk below takes any list of
+// tables; this one comes from asking the handlers.
 std::vector<Table> PluginTables() {
     g_handed.clear();
     for (const Route& route : kRoutes) {
@@ -363,7 +364,7 @@ TEST_F(AgentRowsTest, EveryRowOfEveryTableGetsARealAnswer) {
             std::string missing;
             const std::vector<Pairs> lists = RequestsOf(row, missing);
             EXPECT_EQ(missing, "")
-                << table.command << " " << row.pRequest << ": no value for this parameter";
+                << table.command << " " << row.pRequest << ": a parameter without a value";
             for (const Pairs& pairs : lists) {
                 const std::string answer = Ask(pairs);
                 const int status = StatusOf(answer);
