@@ -23,6 +23,9 @@ Address parseAddress(const std::vector<std::string>& words);
 Address parseAddress(const std::string& text);
 // True for the words that name objects (controller, pdisk, enclosure, ...).
 bool isAddressWord(std::string_view word);
+// The object an address names, or null. A cached LUN named without its
+// controller is found by its name alone.
+const Object* findAddressed(const Estate& estate, const Address& address);
 
 // The text of a profile file. Throws Error naming the file when it cannot be
 // read.

@@ -145,7 +145,7 @@ const Object& target(Agent& agent, const std::vector<std::string>& args,
         (isAddressWord(name) ? words : rest).push_back(a);
     }
     Address ad = parseAddress(words);
-    const Object* o = agent.estate().find(ad.kind, ad.ctrl, ad.addr);
+    const Object* o = findAddressed(agent.estate(), ad);
     if (!o) {
         std::string all;
         for (const auto& w : words) appendListItem(all, " ", w);
