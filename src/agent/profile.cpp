@@ -13,6 +13,7 @@
 #include "answer.h"
 #include "mechanics.h"
 #include "sqlite.h"
+#include "xml_text.h"
 
 namespace kvda {
 
@@ -868,6 +869,7 @@ Estate buildEstate(const std::string& text, const std::string& origin) {
     }
     Builder b;
     try {
+        checkProfileText(j);
         b.build(Node(j, "$"));
     } catch (const Error& e) {
         throw Error(origin + ": " + e.what());

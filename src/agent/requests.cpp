@@ -8,6 +8,7 @@
 #include "agent.h"
 #include "answer.h"
 #include "mechanics.h"
+#include "xml_text.h"
 
 namespace kvda {
 
@@ -556,9 +557,9 @@ std::string journalLine(const std::vector<std::string>& pairs) {
         std::transform(lower.begin(), lower.end(), lower.begin(),
                        [](unsigned char ch) { return static_cast<char>(std::tolower(ch)); });
         if (eq != std::string::npos && lower.find("passphrase") != std::string::npos)
-            line += name + "=***";
+            line += shownText(name) + "=***";
         else
-            line += p;
+            line += shownText(p);
     }
     return line;
 }
@@ -614,6 +615,7 @@ std::string Agent::send(const std::vector<std::string>& pairs) {
     int st = status::kOk;
     std::string message;
     try {
+        checkRequestText(pairs);
         Request req = parseRequest(pairs);
         if (req.name.empty()) {
             st = status::kBadRequest;
