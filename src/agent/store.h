@@ -18,7 +18,8 @@ namespace kvda {
 inline constexpr int kSchemaVersion = 2;
 
 // The state file: $KVDA_STATE, else /var/lib/vk/kvda.db for root, else
-// ${XDG_STATE_HOME:-~/.local/state}/vk/kvda.db.
+// ${XDG_STATE_HOME:-~/.local/state}/vk/kvda.db. Throws Error for a user
+// other than root with neither directory set.
 std::filesystem::path defaultStatePath();
 
 class Store {
