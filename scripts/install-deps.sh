@@ -5,7 +5,7 @@ set -euo pipefail
 
 declare -A groups=(
   [build]="build-essential cmake ninja-build pkg-config git ccache
-           libxml2-dev libxslt1-dev libsqlite3-dev nlohmann-json3-dev
+           libxml2-dev libxslt1-dev libsqlite3-dev nlohmann-json3-dev libssl-dev
            libgtest-dev libgmock-dev googletest libbenchmark-dev clang-format"
 )
 

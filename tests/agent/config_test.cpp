@@ -544,10 +544,18 @@ TEST_F(AgentConfigTest, SecurityKeysFollowTheKeyModes) {
     Obj c = key({"keyid=k1", "Passphrase=Secret#123"});
     EXPECT_EQ(c["SecurityMode"], "1");
     EXPECT_TRUE(bit(c, "AttributesMask", ctrlattr::kSecurityKeyPresent));
+    // The state file keeps a salted, slow check value, never the phrase.
+    auto check = [&] { return find(kind::kController, 0, "0").get("_keydigest"); };
+    const std::string first = check();
+    EXPECT_EQ(first.rfind("pbkdf2-sha256$600000$", 0), 0u) << first;
+    EXPECT_EQ(first.find("Secret"), std::string::npos);
     key({"keyid=k1", "Passphrase=Secret#123"}, 8);  // already keyed
     key({"keyid=k2", "Passphrase=Secret#456", "OldPassphrase=Wrong#1234"}, 8);
     EXPECT_EQ(key({"keyid=k2", "Passphrase=Secret#456", "OldPassphrase=Secret#123"})["KeyID"],
               "k2");
+    key({"keyid=k3", "Passphrase=Secret#123", "OldPassphrase=Secret#456"});
+    EXPECT_NE(check(), first);  // the same phrase again: a new salt
+    key({"keyid=k2", "Passphrase=Secret#456", "OldPassphrase=Secret#123"});
     EXPECT_EQ(key({"OldPassphrase=Secret#456", "RekeyFlag=2"})["SecurityMode"], "2");
     key({"RekeyFlag=2"});  // rekey with the external manager
     EXPECT_EQ(key({})["SecurityMode"], "0");
