@@ -7,6 +7,7 @@ declare -A groups=(
   [build]="build-essential cmake ninja-build pkg-config git ccache
            libxml2-dev libxslt1-dev libsqlite3-dev nlohmann-json3-dev libssl-dev
            libgtest-dev libgmock-dev googletest libbenchmark-dev clang-format"
+  [fuzz]="clang libclang-rt-14-dev"
 )
 
 want=(build "$@")
