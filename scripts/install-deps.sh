@@ -8,6 +8,7 @@ declare -A groups=(
            libxml2-dev libxslt1-dev libsqlite3-dev nlohmann-json3-dev libssl-dev
            libgtest-dev libgmock-dev googletest libbenchmark-dev clang-format"
   [fuzz]="clang libclang-rt-14-dev"
+  [stress]="sqlite3 procps"
 )
 
 want=(build "$@")
