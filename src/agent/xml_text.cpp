@@ -54,30 +54,35 @@ bool shownAsIs(char32_t c) {
     return xmlChar(c) && c >= 0x20 && !(c >= 0x7F && c <= 0x9F);
 }
 
+constexpr char kHex[] = "0123456789ABCDEF";
+
 std::string codePoint(char32_t c) {
-    static constexpr char kHex[] = "0123456789ABCDEF";
     std::string digits;
     for (int shift = c > 0xFFFF ? 20 : 12; shift >= 0; shift -= 4)
         digits += kHex[(c >> shift) & 0xF];
     return "U+" + digits;
 }
 
+// A pass phrase is named in a refusal but never shown, as in the journal.
 bool hidesValue(std::string_view name) {
-    const std::string lower = [&] {
-        std::string out;
-        for (char c : name) out += vk::AsciiLower(c);
-        return out;
-    }();
+    std::string lower;
+    for (char c : name) lower += vk::AsciiLower(c);
     return lower.find("passphrase") != std::string::npos;
 }
 
 constexpr const char* kTextRule = "values must be UTF-8 text without control characters";
 
+// Profiles nest a few levels; far deeper input is refused before the walk
+// could exhaust the stack.
+constexpr int kMaxProfileDepth = 64;
+
 // Walks a profile, keeping the JSON path of each item for the message.
-void walk(const nlohmann::json& j, const std::string& path, bool tags) {
+void walk(const nlohmann::json& j, const std::string& path, bool tags, int depth) {
     const auto refuse = [&](const std::string& where, const std::string& what) {
         throw Error(where + ": " + what);
     };
+    if (depth > kMaxProfileDepth)
+        refuse(path, "nested deeper than " + std::to_string(kMaxProfileDepth) + " levels");
     if (j.is_string()) {
         if (std::string fault = xmlTextFault(j.get_ref<const std::string&>()); !fault.empty())
             refuse(path, "'" + shownText(j.get_ref<const std::string&>()) + "': " + fault + "; " +
@@ -91,11 +96,11 @@ void walk(const nlohmann::json& j, const std::string& path, bool tags) {
                 refuse(where,
                        "not a tag name: tags begin with a letter and hold letters, digits, "
                        "'_', '-' and '.' (64 at most)");
-            walk(value, where, key == "props" || key == "set");
+            walk(value, where, key == "props" || key == "set", depth + 1);
         }
     } else if (j.is_array()) {
         for (size_t i = 0; i < j.size(); ++i)
-            walk(j[i], path + "[" + std::to_string(i) + "]", false);
+            walk(j[i], path + "[" + std::to_string(i) + "]", false, depth + 1);
     }
 }
 
@@ -113,7 +118,6 @@ std::string xmlTextFault(std::string_view text) {
         size_t length = 1;
         const char32_t c = decode(text, i, length);
         if (c == kBadSequence) {
-            static constexpr char kHex[] = "0123456789ABCDEF";
             const auto b = static_cast<unsigned char>(text[i]);
             return std::string("byte 0x") + kHex[b >> 4] + kHex[b & 0xF] + " at offset " +
                    std::to_string(i) + " is not UTF-8";
@@ -127,7 +131,6 @@ std::string xmlTextFault(std::string_view text) {
 }
 
 std::string shownText(std::string_view text) {
-    static constexpr char kHex[] = "0123456789ABCDEF";
     std::string out;
     out.reserve(text.size());
     for (size_t i = 0; i < text.size();) {
@@ -166,7 +169,7 @@ void checkRequestText(const std::vector<std::string>& pairs) {
 }
 
 void checkProfileText(const nlohmann::json& profile) {
-    walk(profile, "$", false);
+    walk(profile, "$", false, 0);
 }
 
 }  // namespace kvda

@@ -228,11 +228,12 @@ TEST_F(AgentTest, BadProfilesAreRefusedWithThePathOfTheItem) {
         {R"({"overrides": [{"object": "controller=3", "set": {"A": "1"}}]})", "$.overrides[0].object: no such object"},
         {R"({"controllers": [{"props": {"_x": "1"}}]})",                     "$.controllers[0].props._x"},
         {R"({"controllers": [)",                                             "not valid JSON"},
-        {R"({"description": "a\u0001b"})",                                 "$.description: 'a\\x01b': character U+0001 at offset 1 is a control character"},
-        {R"({"controllers": [{"props": {"Name": "\uFFFE"}}]})",            "$.controllers[0].props.Name: '\\xEF\\xBF\\xBE': character U+FFFE"},
+        {R"({"description": "a\u0001b"})",                                   "$.description: 'a\\x01b': character U+0001 at offset 1 is a control character"},
+        {R"({"controllers": [{"props": {"Name": "\uFFFE"}}]})",              "$.controllers[0].props.Name: '\\xEF\\xBF\\xBE': character U+FFFE"},
         {R"({"controllers": [{"props": {"a b<": "x"}}]})",                   "$.controllers[0].props.a b<: not a tag name"},
         {R"({"overrides": [{"object": "controller=0", "set": {"1A": "x"}}]})", "$.overrides[0].set.1A: not a tag name"},
-        {R"({"col\u001bour": "blue"})",                                     "$.col\\x1Bour: the name character U+001B"},
+        {R"({"col\u001bour": "blue"})",                                      "$.col\\x1Bour: the name character U+001B"},
+        {std::string(100, '[') + std::string(100, ']'),                      "nested deeper than 64 levels"},
     };
     // clang-format on
     for (const auto& [text, message] : cases) {
