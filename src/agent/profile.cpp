@@ -17,6 +17,7 @@
 #include "answer.h"
 #include "mechanics.h"
 #include "sqlite.h"
+#include "xml_text.h"
 
 namespace kvda {
 
@@ -952,15 +953,26 @@ std::string readProfile(const std::filesystem::path& file) {
     return text;
 }
 
-Estate buildEstate(const std::string& text, const std::string& origin) {
-    json j;
+nlohmann::json parseProfileText(const std::string& text, const std::string& origin) {
     try {
-        j = json::parse(text);
+        return json::parse(text);
     } catch (const json::parse_error& e) {
-        throw Error(origin + ": not valid JSON: " + e.what());
+        // In our words, with the place: the library's own text names itself.
+        const bool encoding = std::string_view(e.what()).find("UTF-8") != std::string_view::npos;
+        throw Error(origin +
+                    (encoding ? ": not valid UTF-8 at byte " : ": not valid JSON at byte ") +
+                    std::to_string(e.byte));
+    } catch (const json::exception&) {
+        // the only other failure of parsing: a number too large for a double
+        throw Error(origin + ": a number in it is too large");
     }
+}
+
+Estate buildEstate(const std::string& text, const std::string& origin) {
+    const json j = parseProfileText(text, origin);
     Builder b;
     try {
+        checkProfileText(j);
         b.build(Node(j, "$"));
     } catch (const Error& e) {
         throw Error(origin + ": " + e.what());

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,9 @@ std::string readProfile(const std::filesystem::path& file);
 // Builds an estate from profile text; `origin` names the file in messages.
 // Throws Error with the JSON path of the first offending item.
 Estate buildEstate(const std::string& text, const std::string& origin);
+// The JSON of a profile; Error naming origin and the place for text that is
+// not JSON.
+nlohmann::json parseProfileText(const std::string& text, const std::string& origin);
 
 // A profile made from "key=value,..." for estates of any size: `controllers`
 // RAID controllers (1), each with `disks` disks (16) in shelves of `slots`

@@ -9,6 +9,7 @@
 #include "answer.h"
 #include "mechanics.h"
 #include "passphrase.h"
+#include "xml_text.h"
 
 namespace kvda {
 
@@ -565,7 +566,7 @@ std::string journalLine(const std::vector<std::string>& pairs) {
     std::string line;
     for (const std::string& p : pairs) {
         if (!line.empty()) line += ' ';
-        line += vk::HidePassphrase(p);
+        line += shownText(vk::HidePassphrase(p));
     }
     return line;
 }

@@ -10,6 +10,7 @@
 #include "mechanics.h"
 #include "profile.h"
 #include "store.h"
+#include "xml_text.h"
 
 namespace fs = std::filesystem;
 using namespace kvda;
@@ -158,6 +159,13 @@ int cmdSet(Agent& agent, const std::vector<std::string>& args, bool set) {
     std::vector<std::string> rest;
     const Object& o = target(agent, args, rest);
     if (rest.empty()) throw Usage(set ? "set: give TAG=VALUE" : "unset: give TAG");
+    // Overrides are answered as elements: the same text as a request's, and
+    // tags that are element names.
+    try {
+        checkRequestText(rest);
+    } catch (const RequestError& e) {
+        throw Error(e.message);
+    }
     for (const auto& r : rest) {
         std::string tag = set ? r.substr(0, r.find('=')) : r;
         if (set && r.find('=') == std::string::npos)
