@@ -2,6 +2,7 @@
 // from the vocabulary dump the programs give (--describe), the message
 // catalogue, the shipped profiles and the hand-written page templates.
 // Run by the build; each output is written whole or not at all.
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <fstream>
@@ -54,17 +55,22 @@ void WriteFile(const fs::path& file, const std::string& text) {
     fs::rename(temporary, file);
 }
 
+constexpr auto kOptions = std::to_array<std::string_view>(
+    {"dump", "catalogue", "profiles", "templates", "functions", "version", "out"});
+
 int Run(const std::vector<std::string>& args) {
-    std::map<std::string, std::string> opts;
+    std::map<std::string, std::string, std::less<>> opts;
     for (size_t i = 0; i < args.size(); i += 2) {
-        if (!args[i].starts_with("--") || i + 1 >= args.size()) {
-            std::cerr << "vk_docgen: '" << args[i] << "' is not --NAME VALUE\n" << kUsage;
+        const std::string name = args[i].starts_with("--") ? args[i].substr(2) : "";
+        if (std::find(kOptions.begin(), kOptions.end(), name) == kOptions.end() ||
+            i + 1 >= args.size()) {
+            std::cerr << "vk_docgen: '" << args[i] << "' is not an option with its value\n"
+                      << kUsage;
             return 2;
         }
-        opts[args[i].substr(2)] = args[i + 1];
+        opts[name] = args[i + 1];
     }
-    for (const char* name :
-         {"dump", "catalogue", "profiles", "templates", "functions", "version", "out"}) {
+    for (const std::string_view name : kOptions) {
         if (!opts.contains(name)) {
             std::cerr << "vk_docgen: --" << name << " is missing\n" << kUsage;
             return 2;

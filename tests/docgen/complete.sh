@@ -26,8 +26,8 @@ for line in "$@"; do
     done
     [[ -z $line || $line == *' ' ]] && COMP_WORDS+=('')
     COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
-    spec=$(complete -p "${COMP_WORDS[0]##*/}")
-    function=${spec#*-F }
+    registered=$(complete -p "${COMP_WORDS[0]##*/}")
+    function=${registered#*-F }
     COMPREPLY=()
     "${function%% *}" "${COMP_WORDS[0]}" "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
     (IFS=$'\t'; printf '%s\n' "${COMPREPLY[*]}")
