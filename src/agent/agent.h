@@ -52,8 +52,9 @@ class Agent {
     // The complete answer text for a name/value list.
     std::string send(const std::vector<std::string>& pairs);
     Store& store() { return store_; }
-    // The estate as it is now: reloaded only when another write happened,
-    // and brought to the present simulated time while operations run.
+    // The estate as it is now, read as it is asked; brought to the present
+    // simulated time (and that written) while operations run, when this
+    // process may write the file. Otherwise the stored state.
     const Estate& estate();
     // One change of the estate in one transaction (see Store::mutate).
     void mutate(const Store::Mutation& change);
@@ -62,6 +63,7 @@ class Agent {
 
   private:
     const Estate& current();
+    void bringToPresent();
     std::recursive_mutex mutex_;
     Store store_;
     Estate estate_;
@@ -72,10 +74,14 @@ class Agent {
 // True when the request name is in the agent's vocabulary.
 bool knownRequest(std::string_view name);
 
+// Queries: answers a request that reads the estate. False when `req` is not
+// one; throws RequestError to refuse.
+class Answer;
+bool runRead(const Request& req, const Estate& e, Answer& answer);
+
 // Configuration requests: runs the handler of a request that changes the
 // estate. False when `req` is not one; throws RequestError to refuse.
 // `dir` is the agent's own directory (export logs are written there).
-class Answer;
 bool runWrite(const Request& req, Estate& e, int64_t now, const std::filesystem::path& dir,
               Answer& answer);
 bool isWriteRequest(std::string_view name);

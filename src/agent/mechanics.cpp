@@ -99,8 +99,8 @@ constexpr size_t kAlertsKept = 1000;
 
 void addAlert(Estate& e, int64_t now, int id, std::string_view severity,
               const std::string& message) {
-    auto alerts = e.all(kind::kAlert);
-    if (alerts.size() >= kAlertsKept) e.remove(alerts.front()->oid);
+    if (e.count(kind::kAlert, -1) >= static_cast<int64_t>(kAlertsKept))
+        e.remove(e.all(kind::kAlert).front()->oid);
     Object& a = e.add(kind::kAlert, -1, 0, std::to_string(e.nextOid));
     a.set("AlertID", std::to_string(id));
     a.set("Severity", std::string(severity));
@@ -511,15 +511,18 @@ void cancelOp(Object& obj) {
 }
 
 bool hasActiveOps(const Estate& e) {
-    return std::any_of(e.objects.begin(), e.objects.end(),
-                       [](const Object& o) { return o.find("_op") != nullptr; });
+    auto busy = e.busy();
+    return std::any_of(busy.begin(), busy.end(),
+                       [](const Object* o) { return o->find("_op") != nullptr; });
 }
 
 void advanceEstate(Estate& e, int64_t from, int64_t to) {
     if (to <= from) return;
+    // Only objects with an operation running change with time, and the
+    // virtual disks that show their members' rebuild.
     std::vector<int64_t> running;
-    for (const Object& o : e.objects)
-        if (o.find("_op")) running.push_back(o.oid);
+    for (const Object* o : e.busy())
+        if (o->find("_op")) running.push_back(o->oid);
     for (int64_t oid : running) {
         Object* o = e.edit(oid);
         if (!o) continue;
@@ -548,7 +551,10 @@ void advanceEstate(Estate& e, int64_t from, int64_t to) {
         o->set("_opdone", std::to_string(done));
         o->set("Progress", std::to_string(done * 100 / work));
     }
-    for (const Object* vd : e.all(kind::kVdisk)) showRebuildProgress(e, vd->oid);
+    std::vector<int64_t> showing;
+    for (const Object* o : e.busy())
+        if (o->kind == kind::kVdisk) showing.push_back(o->oid);
+    for (int64_t vd : showing) showRebuildProgress(e, vd);
 }
 
 // ---- faults -------------------------------------------------------------
@@ -595,9 +601,8 @@ void applyRules(Object& o, bool failed) {
 // An enclosure is degraded while any of its parts is failed.
 void refreshEnclosure(Estate& e, int64_t encOid) {
     bool failed = false;
-    for (const Object& p : e.objects)
-        if (p.parent == encOid && p.kind != kind::kDisk && p.num("ObjState") == state::kFailed)
-            failed = true;
+    for (const Object* p : e.children(encOid))
+        if (p->kind != kind::kDisk && p->num("ObjState") == state::kFailed) failed = true;
     if (Object* enc = e.edit(encOid)) enc->set("ObjState", failed ? "16" : "1");
 }
 

@@ -45,125 +45,6 @@ void Object::erase(std::string_view tag) {
     std::erase_if(props, [&](const auto& p) { return p.first == tag; });
 }
 
-namespace {
-std::string addrKey(std::string_view kind, int64_t ctrl, std::string_view addr) {
-    std::string key(kind);
-    key += '|';
-    key += std::to_string(ctrl);
-    key += '|';
-    key += addr;
-    return key;
-}
-DiskSummary summarize(const Estate& estate, int64_t ctrl);  // below, with the mask rules
-
-}  // namespace
-
-void Estate::index() {
-    byOid_.clear();
-    byAddr_.clear();
-    byKind_.clear();
-    byKindCtrl_.clear();
-    for (size_t i = 0; i < objects.size(); ++i) indexOne(i);
-}
-
-void Estate::indexOne(size_t i) {
-    const Object& o = objects[i];
-    byOid_[o.oid] = i;
-    byAddr_[addrKey(o.kind, o.ctrl, o.addr)] = i;
-    byKind_[o.kind].push_back(&o);
-    byKindCtrl_[addrKey(o.kind, o.ctrl, "")].push_back(&o);
-}
-
-Estate::Estate(const Estate& other)
-    : objects(other.objects),
-      simTime(other.simTime),
-      wallAnchor(other.wallAnchor),
-      nextOid(other.nextOid) {
-    index();
-}
-
-Estate& Estate::operator=(const Estate& other) {
-    if (this != &other) {
-        objects = other.objects;
-        simTime = other.simTime;
-        wallAnchor = other.wallAnchor;
-        nextOid = other.nextOid;
-        index();
-    }
-    return *this;
-}
-
-Object& Estate::add(std::string_view k, int64_t ctrl, int64_t parent, std::string addr) {
-    summaries_.clear();
-    for (const Object& o : objects) nextOid = std::max(nextOid, o.oid + 1);
-    Object o;
-    o.oid = nextOid++;
-    o.kind = std::string(k);
-    o.ctrl = ctrl;
-    o.parent = parent;
-    o.addr = std::move(addr);
-    o.set("ObjID", std::to_string(o.oid));
-    o.set("ObjType", std::string(k));
-    if (ctrl >= 0 && k != kind::kController) o.set("GlobalNo", std::to_string(ctrl));
-    // The index holds pointers into `objects`: a longer vector moves them all.
-    const bool moves = objects.size() == objects.capacity();
-    objects.push_back(std::move(o));
-    if (moves)
-        index();
-    else
-        indexOne(objects.size() - 1);
-    return objects.back();
-}
-
-bool Estate::remove(int64_t oid) {
-    summaries_.clear();
-    auto it =
-        std::find_if(objects.begin(), objects.end(), [&](const Object& o) { return o.oid == oid; });
-    if (it == objects.end()) return false;
-    objects.erase(it);
-    index();
-    return true;
-}
-
-const Object* Estate::byOid(int64_t oid) const {
-    auto it = byOid_.find(oid);
-    return it == byOid_.end() ? nullptr : &objects[it->second];
-}
-
-Object* Estate::edit(int64_t oid) {
-    summaries_.clear();
-    auto it = byOid_.find(oid);
-    return it == byOid_.end() ? nullptr : &objects[it->second];
-}
-
-const Object* Estate::find(std::string_view kind, int64_t ctrl, std::string_view addr) const {
-    auto it = byAddr_.find(addrKey(kind, ctrl, addr));
-    return it == byAddr_.end() ? nullptr : &objects[it->second];
-}
-
-std::vector<const Object*> Estate::all(std::string_view kind) const {
-    auto it = byKind_.find(std::string(kind));
-    return it == byKind_.end() ? std::vector<const Object*>{} : it->second;
-}
-
-std::vector<const Object*> Estate::of(std::string_view kind, int64_t ctrl) const {
-    auto it = byKindCtrl_.find(addrKey(kind, ctrl, ""));
-    return it == byKindCtrl_.end() ? std::vector<const Object*>{} : it->second;
-}
-
-std::vector<const Object*> Estate::children(std::string_view kind, int64_t parent) const {
-    std::vector<const Object*> out;
-    for (const auto& o : objects)
-        if (o.kind == kind && o.parent == parent) out.push_back(&o);
-    return out;
-}
-
-const DiskSummary& Estate::diskSummary(int64_t ctrl) const {
-    auto it = summaries_.find(ctrl);
-    if (it == summaries_.end()) it = summaries_.emplace(ctrl, summarize(*this, ctrl)).first;
-    return it->second;
-}
-
 const RaidLayout* findLayout(long long code) {
     for (const RaidLayout& l : kRaidLayouts)
         if (l.code == code) return &l;
@@ -192,24 +73,6 @@ uint32_t fromMask(std::string_view text) {
 // operation bit, when the object supports it at all and when it can carry it
 // out now. Predicates read the effective (overridden) state.
 namespace {
-
-// What a controller's rules need to know about its disks, gathered in one pass.
-DiskSummary summarize(const Estate& estate, int64_t ctrl) {
-    DiskSummary s;
-    for (const Object* d : estate.of(kind::kDisk, ctrl)) {
-        long long st = d->num("ObjState");
-        s.ready |= st == state::kReady;
-        s.foreign |= st == state::kForeign;
-        s.nonRaid |= st == state::kNonRaid;
-        if (st == state::kReady && !s.readyFree) {
-            const std::string* attrs = d->value("AttributesMask");
-            s.readyFree = !(fromMask(attrs ? *attrs : std::string_view()) &
-                            (diskattr::kGlobalHotSpare | diskattr::kDedicatedHotSpare));
-        }
-        if (s.ready && s.foreign && s.nonRaid && s.readyFree) break;  // nothing left to learn
-    }
-    return s;
-}
 
 struct Ctx {
     const Estate& estate;
@@ -269,11 +132,11 @@ bool ctrlCacheCade(const Ctx& c) {
     return c.attrs() & ctrlattr::kCacheCade;
 }
 bool ctrlHasRoom(const Ctx& c) {
-    auto vds = c.estate.of(kind::kVdisk, c.obj.num("GlobalNo"));
-    return static_cast<long long>(vds.size()) < c.obj.num("MaxVDAllowed") && c.disks.readyFree;
+    return c.estate.count(kind::kVdisk, c.obj.num("GlobalNo")) < c.obj.num("MaxVDAllowed") &&
+           c.disks.readyFree;
 }
 bool ctrlHasVdisks(const Ctx& c) {
-    return !c.estate.of(kind::kVdisk, c.obj.num("GlobalNo")).empty();
+    return c.estate.count(kind::kVdisk, c.obj.num("GlobalNo")) > 0;
 }
 bool ctrlHasForeign(const Ctx& c) {
     return c.disks.foreign;

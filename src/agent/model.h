@@ -4,8 +4,10 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -115,7 +117,7 @@ struct RaidLayout {
         return mirrored ? n / 2 : n - parity * (spanned ? spans : 1);
     }
     // The layout a span shows. A profile may split an unspanned layout into
-    // spans: those spans have always shown RAID 6.
+    // spans: such spans show RAID 6.
     constexpr uint32_t spanLayout(long long spans) const {
         return spans <= 1 ? code : spanned ? spanCode : raidlevel::kR6;
     }
@@ -171,11 +173,76 @@ struct Object {
 // What the method masks of a controller need to know of its disks.
 struct DiskSummary {
     bool readyFree = false, ready = false, foreign = false, nonRaid = false;
+    // Counts a disk in.
+    void add(const Object& disk);
+    // Nothing more to learn from further disks.
+    bool settled() const { return readyFree && ready && foreign && nonRaid; }
 };
 
+// What the store keeps of an object beside its properties, so that queries
+// select by them without reading properties: the effective "ObjState" and
+// "AttributesMask" (overrides win), and whether time changes the object
+// (1: an operation runs; 2: a virtual disk that shows its members' rebuild).
+struct Columns {
+    int64_t state = 0;
+    uint32_t attrs = 0;
+    int busy = 0;
+};
+Columns columnsOf(const Object& o);
+
+// Properties as the store keeps them: each tag (as a small number when it is
+// a common one) and value preceded by its length, so that reading an object
+// is one short pass over its own bytes.
+std::string encodeProps(const Props& props);
+// False for bytes that are no encoded properties.
+bool decodeProps(std::string_view bytes, Props& out);
+
+// Which objects a query selects. The store answers it with an indexed
+// query; an estate held in memory answers it from its own indexes.
+struct Query {
+    enum class By { kOid, kAddress, kKind, kKindCtrl, kParent, kParentKind, kBusy, kAll };
+    By by = By::kAll;
+    std::string_view kind{};
+    int64_t ctrl = -1;
+    int64_t parent = 0;
+    std::string_view addr{};
+    int64_t oid = 0;
+    // The same selection made on an object in memory.
+    bool matches(const Object& o) const;
+};
+
+// One object as stored; the views are valid during the call that gets it.
+struct StoredRow {
+    int64_t oid;
+    std::string_view kind;
+    int64_t ctrl;
+    int64_t parent;
+    std::string_view addr;
+    std::string_view props;
+};
+
+// Where an estate read lazily finds its objects: the store, inside the
+// transaction of one request. Rows come in any order.
+class ObjectSource {
+  public:
+    virtual ~ObjectSource() = default;
+    virtual void select(const Query& q, const std::function<void(const StoredRow&)>& row) = 0;
+    virtual int64_t count(std::string_view kind, int64_t ctrl) = 0;
+    // Up to `limit` ObjIDs of the controller's disks in `state`, only those
+    // that are no hot spare when `free` is set.
+    virtual std::vector<int64_t> disksInState(int64_t ctrl, int64_t state, bool free,
+                                              int64_t limit) = 0;
+};
+
+using Overrides = std::map<std::string, std::string, std::less<>>;
+
+// The estate: held completely in memory (built from a profile), or read
+// from the store object by object as queries need them, with the changes
+// made since kept apart until the store writes them. Every list is in
+// ObjID order, which is the order objects were added in. Object pointers
+// stay valid until the object is removed.
 class Estate {
   public:
-    std::vector<Object> objects;  // in insertion order: the order of every list
     // Simulated time (seconds since the estate was created) as stored, and
     // the wall clock (milliseconds) at which it was stored.
     int64_t simTime = 0;
@@ -184,14 +251,14 @@ class Estate {
     int64_t nextOid = 1;
 
     Estate() = default;
-    // A copy indexes its own objects (the index holds pointers into them).
-    Estate(const Estate& other);
-    Estate& operator=(const Estate& other);
+    // Read from `source`; `overrides` are the stored overrides by ObjID.
+    Estate(ObjectSource& source, std::unordered_map<int64_t, Overrides> overrides);
+    Estate(const Estate&) = delete;
+    Estate& operator=(const Estate&) = delete;
     Estate(Estate&&) noexcept = default;
     Estate& operator=(Estate&&) noexcept = default;
 
-    void index();
-    // Appends a new object (ObjID, ObjType and GlobalNo set) and re-indexes.
+    // Appends a new object (ObjID, ObjType and GlobalNo set).
     Object& add(std::string_view kind, int64_t ctrl, int64_t parent, std::string addr);
     // Removes an object; false when it does not exist.
     bool remove(int64_t oid);
@@ -201,19 +268,81 @@ class Estate {
     std::vector<const Object*> all(std::string_view kind) const;
     std::vector<const Object*> of(std::string_view kind, int64_t ctrl) const;
     std::vector<const Object*> children(std::string_view kind, int64_t parent) const;
-    // The summary of a controller's disks, kept until the estate is changed
-    // through add, remove or edit: answering a controller must not walk a
-    // thousand disks every time.
+    // Children of every kind.
+    std::vector<const Object*> children(int64_t parent) const;
+    std::vector<const Object*> everything() const;
+    // Objects with an operation running, and virtual disks showing progress.
+    std::vector<const Object*> busy() const;
+    int64_t count(std::string_view kind, int64_t ctrl) const;
+    // The summary of a controller's disks from indexed queries (or kept
+    // until the estate changes, in memory): answering a controller must not
+    // walk all its disks.
     const DiskSummary& diskSummary(int64_t ctrl) const;
 
+    // The changes since the estate was read or last written.
+    struct Changes {
+        std::vector<const Object*> added, edited;
+        std::vector<int64_t> removed;
+    };
+    Changes changes() const;
+    // The store wrote the changes: they are the stored state now.
+    void markWritten();
+
   private:
-    void indexOne(size_t i);
+    struct Removed {
+        std::string kind;
+        int64_t ctrl;
+    };
+    std::vector<const Object*> select(const Query& q) const;
+    std::vector<const Object*> selectInMemory(const Query& q) const;
+    const Object& load(const StoredRow& row) const;
+    bool clean() const { return added_.empty() && edited_.empty() && removed_.empty(); }
+    void changed();
+    void catchUp() const;
+
+    ObjectSource* source_ = nullptr;  // none: every object is in memory
+    std::unordered_map<int64_t, Overrides> storedOverrides_;
+    // Objects loaded or added, by ObjID (all of them without a source).
+    mutable std::map<int64_t, Object> objects_;
+    // An address as views of the object's own strings, which stay in place
+    // while it exists: indexing an object copies no string.
+    struct AddrKey {
+        std::string_view kind;
+        int64_t ctrl;
+        std::string_view addr;
+        bool operator==(const AddrKey&) const = default;
+    };
+    struct AddrHash {
+        size_t operator()(const AddrKey& k) const noexcept;
+    };
+    // Kind and controller, found by views of them.
+    using KindCtrl = std::pair<std::string, int64_t>;
+    struct KindCtrlLess {
+        using is_transparent = void;
+        static std::pair<std::string_view, int64_t> view(const KindCtrl& k) {
+            return {k.first, k.second};
+        }
+        static std::pair<std::string_view, int64_t> view(std::pair<std::string_view, int64_t> k) {
+            return k;
+        }
+        template <class A, class B>
+        bool operator()(const A& a, const B& b) const {
+            return view(a) < view(b);
+        }
+    };
+    // Addresses of objects in memory (all of them without a source).
+    mutable std::unordered_map<AddrKey, int64_t, AddrHash> byAddr_;
+    // Without a source: lists in ObjID order, of the objects up to
+    // `indexedTo_`.
+    mutable std::map<KindCtrl, std::vector<Object*>, KindCtrlLess> byKindCtrl_;
+    mutable std::unordered_map<int64_t, std::vector<Object*>> byParent_;
+    mutable int64_t indexedTo_ = 0;
+    // With a source: what changed since it was read.
+    std::set<int64_t> added_, edited_;
+    std::map<int64_t, Removed> removed_;
+    // Answers kept while nothing changed.
+    mutable std::unordered_map<std::string, std::vector<const Object*>> memo_;
     mutable std::unordered_map<int64_t, DiskSummary> summaries_;
-    std::unordered_map<int64_t, size_t> byOid_;
-    std::unordered_map<std::string, size_t> byAddr_;
-    // Objects by kind, and by kind and controller, in list order.
-    std::unordered_map<std::string, std::vector<const Object*>> byKind_;
-    std::unordered_map<std::string, std::vector<const Object*>> byKindCtrl_;
 };
 
 std::string toMask(uint32_t value);

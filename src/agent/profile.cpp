@@ -1,11 +1,15 @@
 #include "profile.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdlib>
-#include <fstream>
+#include <cstring>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
@@ -13,6 +17,7 @@
 #include "answer.h"
 #include "mechanics.h"
 #include "sqlite.h"
+#include "xml_text.h"
 
 namespace kvda {
 
@@ -112,11 +117,23 @@ class Node {
         if (!has(key)) return def;
         Node n = child(key);
         if (!n.j_.is_number_integer()) n.fail("expected an integer");
-        long long v = n.j_.get<long long>();
-        if (v < lo || v > hi)
-            n.fail(std::string("value ") + std::to_string(v) + std::string(" out of range ") +
-                   std::to_string(lo) + " to " + std::to_string(hi));
+        // Named as written: a value beyond the signed range is no negative number.
+        const bool tooLarge = n.j_.is_number_unsigned() &&
+                              n.j_.get<unsigned long long>() > static_cast<unsigned long long>(hi);
+        const long long v = tooLarge ? hi : n.j_.get<long long>();
+        if (tooLarge || v < lo || v > hi)
+            n.fail("value " + n.j_.dump() + " out of range " + std::to_string(lo) + " to " +
+                   std::to_string(hi));
         return v;
+    }
+    // A repeat count: with `sofar` made already, at most `limit` in all.
+    long long repeat(std::string_view key, long long sofar, long long limit,
+                     std::string_view what) const {
+        const long long n = integer(key, 1, 1, limit);
+        if (sofar + n > limit)
+            child(key).fail(std::to_string(sofar + n) + " " + std::string(what) +
+                            " are more than the " + std::to_string(limit) + " allowed");
+        return n;
     }
     std::string text(std::string_view key, std::string def) const {
         if (!has(key)) return def;
@@ -187,6 +204,24 @@ class Node {
 };
 
 constexpr long long kGiB = 1024LL * 1024 * 1024;
+// The largest numbers of controllers, of connectors and NVMe adapters on one.
+constexpr long long kMaxControllers = 64;
+constexpr long long kMaxConnectors = 64;
+constexpr long long kMaxNvmeAdapters = 64;
+// Profiles larger than this are refused unread: repeat counts describe large
+// estates in a few lines.
+constexpr off_t kMaxProfileBytes = 16 << 20;
+
+// A capacity in GB as a product id names it: "960" under a thousand, else
+// terabytes without trailing zeros ("1.2T", "1.92T", "8T").
+std::string capacityLabel(long long gb) {
+    if (gb < 1000) return std::to_string(gb);
+    std::string label = std::to_string(gb / 1000);
+    std::string fraction = std::to_string(1000 + gb % 1000).substr(1);
+    while (!fraction.empty() && fraction.back() == '0') fraction.pop_back();
+    if (!fraction.empty()) label += "." + fraction;
+    return label + "T";
+}
 
 // Builds objects in list order; ObjIDs are the store's row ids, 1 upwards.
 class Builder {
@@ -196,7 +231,7 @@ class Builder {
     Object& add(std::string_view k, int64_t ctrl, int64_t parent, std::string addr) {
         return estate.add(k, ctrl, parent, std::move(addr));
     }
-    Object& at(int64_t oid) { return estate.objects[static_cast<size_t>(oid - 1)]; }
+    Object& at(int64_t oid) { return *estate.edit(oid); }
 
     static void apply(Object& o, const Props& raw) {
         for (const auto& [k, v] : raw) o.set(k, v);
@@ -211,7 +246,7 @@ class Builder {
     void single(const Node& root, std::string_view k, const Props& defaults);
     void controller(const Node& n, int64_t gno);
     void connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOid, bool raid);
-    void disk(const Node& n, int64_t gno, int64_t chan, int64_t proto,
+    void disk(const Node& n, int64_t gno, int64_t chan, int64_t connOid, int64_t proto,
               const std::vector<int64_t>& encs, long long slot, long long encIndex, bool raid);
     void vdisk(const Node& n, int64_t gno, int64_t ctrlOid, std::vector<int64_t> members,
                long long number);
@@ -235,7 +270,7 @@ void Builder::build(const Node& root) {
            {{"Name", "Cache Pool"}, {"ObjState", "1"}, {"TarnCacheState", "0"}, {"Length", "0"}});
     int64_t gno = 0;
     for (const Node& c : root.array("controllers")) {
-        long long count = c.integer("count", 1, 1, 64);
+        long long count = c.repeat("count", gno, kMaxControllers, "controllers");
         for (long long i = 0; i < count; ++i) controller(c, gno++);
     }
     for (const Node& l : root.array("cached_luns")) {
@@ -270,7 +305,7 @@ void Builder::build(const Node& root) {
         } catch (const Error& e) {
             ov.child("object").fail(e.what());
         }
-        const Object* target = estate.find(ad.kind, ad.ctrl, ad.addr);
+        const Object* target = findAddressed(estate, ad);
         if (!target) ov.child("object").fail("no such object");
         Object& t = at(target->oid);
         for (const auto& [k, v] : ov.props("set")) t.overrides[k] = v;
@@ -398,7 +433,7 @@ void Builder::controller(const Node& n, int64_t gno) {
     }
     int64_t chan = 0;
     for (const Node& cn : n.array("connectors")) {
-        long long count = cn.integer("count", 1, 1, 64);
+        long long count = cn.repeat("count", chan, kMaxConnectors, "connectors");
         for (long long i = 0; i < count; ++i) connector(cn, gno, chan++, ctrlOid, raid);
     }
     long long bat = 0;
@@ -418,15 +453,17 @@ void Builder::controller(const Node& n, int64_t gno) {
     long long nv = 0;
     for (const Node& a : n.array("nvme_adapters")) {
         a.expectObject({"count", "vendor", "model", "capacity_gb", "ise", "props"});
-        long long count = a.integer("count", 1, 1, 64);
+        long long count = a.repeat("count", nv, kMaxNvmeAdapters, "NVMe adapters");
         for (long long i = 0; i < count; ++i) {
             Object& o = add(kind::kNvme, gno, ctrlOid, std::to_string(nv));
             o.set("Channel", std::to_string(nv));
             o.set("Name", std::string("NVMe Adapter ") + std::to_string(nv++));
+            const long long gb = a.integer("capacity_gb", 1600, 1, 1 << 20);
             o.set("Vendor", a.text("vendor", "Kestrel"));
-            o.set("ProductID", a.text("model", "KX-N7 1.6TB"));
+            // The default product id names the capacity the adapter has.
+            o.set("ProductID", a.text("model", "KX-N7 " + capacityLabel(gb) + "B"));
             o.set("SerialNo", std::string("NV") + std::to_string(10000 + o.oid));
-            o.set("Length", std::to_string(a.integer("capacity_gb", 1600, 1, 1 << 20) * kGiB));
+            o.set("Length", std::to_string(gb * kGiB));
             o.set("BusProtocol", std::to_string(bus::kPcie));
             o.set("IsDeviceNVME", "1");
             o.set("ISECapable", a.flag("ise", true) ? "1" : "0");
@@ -434,23 +471,37 @@ void Builder::controller(const Node& n, int64_t gno) {
             apply(o, a.props());
         }
     }
+    // Virtual disks up to the controller's largest number.
+    const long long maxVdisks = at(ctrlOid).num("MaxVDAllowed");
     long long vdNo = 0;
     for (const Node& v : n.array("vdisks")) {
         if (!raid) v.fail("a controller in HBA mode has no virtual disks");
+        if (vdNo >= maxVdisks)
+            v.fail("controller " + gs + " holds at most " + std::to_string(maxVdisks) +
+                   " virtual disks");
         vdisk(v, gno, ctrlOid, resolveDisks(v.child("disks"), gno), vdNo++);
     }
+    // Each group takes the first free ready disks of the controller in order.
+    // A disk taken (or made a spare) stays so, so the search goes on from
+    // where the last one ended: building stays linear in the disks.
+    const std::vector<const Object*> disks = estate.of(kind::kDisk, gno);
+    size_t next = 0;
     for (const Node& g : n.array("vdisk_groups")) {
         if (!raid) g.fail("a controller in HBA mode has no virtual disks");
         long long count = g.integer("count", 1, 1, 4096);
+        if (vdNo + count > maxVdisks)
+            g.child("count").fail(std::to_string(vdNo + count) +
+                                  " virtual disks are more than controller " + gs + " holds (" +
+                                  std::to_string(maxVdisks) + ")");
         long long each = g.integer("disks_each", 2, 1, 64);
         for (long long i = 0; i < count; ++i) {
             std::vector<int64_t> free;
-            for (auto& o : estate.objects)
-                if (o.kind == kind::kDisk && o.ctrl == gno && o.num("ObjState") == state::kReady &&
-                    fromMask(o.get("AttributesMask")) ==
-                        (fromMask(o.get("AttributesMask")) & diskattr::kInEnclosure) &&
-                    static_cast<long long>(free.size()) < each)
+            while (next < disks.size() && static_cast<long long>(free.size()) < each) {
+                const Object& o = *disks[next++];
+                const uint32_t attrs = fromMask(o.get("AttributesMask"));
+                if (o.num("ObjState") == state::kReady && attrs == (attrs & diskattr::kInEnclosure))
                     free.push_back(o.oid);
+            }
             if (static_cast<long long>(free.size()) < each)
                 g.fail(std::string("not enough ready disks for virtual disk ") +
                        std::to_string(vdNo));
@@ -480,8 +531,14 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
         e.expectObject({"count", "type", "id", "slots", "fans", "power_supplies", "emms", "probes",
                         "product", "props"});
         long long count = e.integer("count", 1, 1, 64);
+        // A repeated entry numbers its enclosures on from its first id, by
+        // default the next number of the connector.
+        const long long firstId = e.integer("id", ei, 0, 255);
+        if (firstId + count - 1 > 255)
+            e.child("count").fail(std::to_string(count) + " enclosures from id " +
+                                  std::to_string(firstId) + " run past the largest id, 255");
         for (long long k = 0; k < count; ++k, ++ei) {
-            const long long id = e.integer("id", ei, 0, 255) + k;
+            const long long id = firstId + k;
             const long long type = e.choice("type", "backplane", kEnclosureTypes);
             const std::string ids = std::to_string(id);
             const std::string addr = encId ? cs + ":" + ids : cs;
@@ -493,7 +550,7 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
                 o.set("EnclosureID", ids);
                 o.set("BusProtocol", std::to_string(proto));
                 o.set("Name", type == 1 ? "Backplane" : "Storage Shelf " + ids);
-                o.set("ProductID", e.text("product", type == 1 ? "BP12G+" : "KS-60"));
+                o.set("ProductID", e.text("product", type == 1 ? "KB-12" : "KS-60"));
                 o.set("EnclosureType", std::to_string(type));
                 o.set("SlotCount", std::to_string(e.integer("slots", 12, 1, 256)));
                 o.set("ObjState", "1");
@@ -546,6 +603,9 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
             }
         }
     }
+    std::vector<long long> slots;  // of each enclosure
+    for (int64_t e : encs) slots.push_back(at(e).num("SlotCount"));
+    auto capacity = [&](long long e) { return e < 0 ? 256 : slots[static_cast<size_t>(e)]; };
     std::set<std::pair<long long, long long>> used;
     for (const Node& d : n.array("disks")) {
         long long slot = d.integer("slot", -1, 0, 255);
@@ -553,27 +613,32 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
         long long enc = d.integer("enclosure", -1, 0, 255);
         if (enc >= static_cast<long long>(encs.size()))
             d.child("enclosure").fail("no such enclosure on this connector");
+        if (enc >= 0 && slot >= capacity(enc))
+            d.child("slot").fail("slot " + std::to_string(slot) + " is beyond the " +
+                                 std::to_string(capacity(enc)) + " slots of the enclosure");
         if (!used.insert({enc, slot}).second) d.child("slot").fail("slot already holds a disk");
-        disk(d, gno, chan, proto, encs, slot, enc, raid);
+        disk(d, gno, chan, connOid, proto, encs, slot, enc, raid);
     }
     for (const Node& g : n.array("disk_groups")) {
         long long count = g.integer("count", 1, 1, 4096);
+        // the connector's enclosures, or its own 256 targets without one
+        long long room = encs.empty() ? capacity(-1) : 0;
+        for (size_t e = 0; e < encs.size(); ++e) room += capacity(static_cast<long long>(e));
+        for (const auto& [e, slot] : used) room -= (e >= 0) != encs.empty();
+        if (count > room)
+            g.child("count").fail(std::to_string(count) + " disks do not fit: " +
+                                  std::to_string(room) + " free slots are left on connector " + cs);
         long long enc = encs.empty() ? -1 : 0;
         long long slot = 0;
         for (long long i = 0; i < count; ++i) {
-            auto capacity = [&](long long e) {
-                return e < 0 ? 256 : at(encs[static_cast<size_t>(e)]).num("SlotCount");
-            };
             while (used.count({enc, slot}) || slot >= capacity(enc)) {
                 if (++slot >= capacity(enc)) {
                     slot = 0;
-                    if (enc < 0 || ++enc >= static_cast<long long>(encs.size()))
-                        g.fail(std::string("not enough free slots for ") + std::to_string(count) +
-                               " disks");
+                    ++enc;
                 }
             }
             used.insert({enc, slot});
-            disk(g, gno, chan, proto, encs, slot, enc, raid);
+            disk(g, gno, chan, connOid, proto, encs, slot, enc, raid);
         }
     }
     for (const Node& t : n.array("tapes")) {
@@ -584,7 +649,7 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
         o.set("TargetID", std::to_string(target));
         o.set("Name", "Tape " + cs + std::string(":") + std::to_string(target));
         o.set("Vendor", t.text("vendor", "Kestrel"));
-        o.set("ProductID", t.text("model", "KT-LTO8"));
+        o.set("ProductID", t.text("model", "Tape 8"));
         o.set("BusProtocol", std::to_string(proto));
         o.set("ObjState", "1");
         o.set("AttributesMask", toMask(0));
@@ -592,7 +657,7 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
     }
 }
 
-void Builder::disk(const Node& d, int64_t gno, int64_t chan, int64_t proto,
+void Builder::disk(const Node& d, int64_t gno, int64_t chan, int64_t connOid, int64_t proto,
                    const std::vector<int64_t>& encs, long long slot, long long enc, bool raid) {
     d.expectObject({"count", "slot", "enclosure", "media", "protocol", "capacity_gb", "vendor",
                     "model", "serial", "firmware", "state", "hotspare", "ise", "write_cache",
@@ -619,12 +684,7 @@ void Builder::disk(const Node& d, int64_t gno, int64_t chan, int64_t proto,
         parent = e.oid;
     } else {
         addr = cs + std::string(":") + std::to_string(slot);
-        parent = estate.objects.back().oid;
-        for (auto it = estate.objects.rbegin(); it != estate.objects.rend(); ++it)
-            if (it->kind == kind::kConnector) {
-                parent = it->oid;
-                break;
-            }
+        parent = connOid;
     }
     if (d.flag("hotspare", false)) {
         if (!raid || st != state::kReady)
@@ -639,11 +699,12 @@ void Builder::disk(const Node& d, int64_t gno, int64_t chan, int64_t proto,
     o.set("BusProtocol", std::to_string(dproto));
     o.set("MediaType", std::to_string(med));
     o.set("ObjState", std::to_string(st));
-    o.set("Length",
-          std::to_string(d.integer("capacity_gb", med == media::kSsd ? 960 : 2400, 1, 1 << 24) *
-                         kGiB));
+    const long long gb = d.integer("capacity_gb", med == media::kSsd ? 960 : 2400, 1, 1 << 24);
+    o.set("Length", std::to_string(gb * kGiB));
     o.set("Vendor", d.text("vendor", "Kestrel"));
-    o.set("ProductID", d.text("model", med == media::kSsd ? "KS-E3 960" : "KH-10K 2.4T"));
+    // The default product id names the capacity the disk has.
+    o.set("ProductID",
+          d.text("model", (med == media::kSsd ? "KS-E3 " : "KH-10K ") + capacityLabel(gb)));
     o.set("SerialNo", d.text("serial", std::string("S") + std::to_string(700000 + o.oid)));
     o.set("FirmwareVer", d.text("firmware", "KA02"));
     o.set("IsDeviceNVME", dproto == bus::kPcie ? "1" : "0");
@@ -774,6 +835,15 @@ bool isAddressWord(std::string_view word) {
     return false;
 }
 
+const Object* findAddressed(const Estate& estate, const Address& address) {
+    if (address.kind == kind::kCachedLun && address.ctrl < 0) {
+        for (const Object* lun : estate.all(kind::kCachedLun))
+            if (lun->addr == address.addr) return lun;
+        return nullptr;
+    }
+    return estate.find(address.kind, address.ctrl, address.addr);
+}
+
 Address parseAddress(const std::string& text) {
     std::vector<std::string> words;
     std::istringstream in(text);
@@ -852,22 +922,57 @@ Address parseAddress(const std::vector<std::string>& words) {
 }
 
 std::string readProfile(const std::filesystem::path& file) {
-    std::ifstream in(file);
-    if (!in) throw Error("cannot read profile " + file.string());
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
+    // Only a regular file is read, and only up to the size limit: a FIFO or
+    // a device would block or never end. Opening does not wait for a FIFO's
+    // writer.
+    struct Fd {
+        int fd;
+        ~Fd() {
+            if (fd >= 0) ::close(fd);
+        }
+    } in{::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)};
+    if (in.fd < 0)
+        throw Error("cannot read profile " + file.string() + ": " + std::strerror(errno));
+    struct stat st {};
+    if (::fstat(in.fd, &st) != 0 || !S_ISREG(st.st_mode))
+        throw Error("profile " + file.string() + " is not a regular file");
+    if (st.st_size > kMaxProfileBytes)
+        throw Error("profile " + file.string() + " is larger than " +
+                    std::to_string(kMaxProfileBytes >> 20) + " MiB");
+    std::string text(static_cast<size_t>(st.st_size), '\0');
+    size_t got = 0;
+    while (got < text.size()) {
+        const ssize_t n = ::read(in.fd, text.data() + got, text.size() - got);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0)
+            throw Error("cannot read profile " + file.string() + ": " + std::strerror(errno));
+        if (n == 0) break;  // it shrank while being read
+        got += static_cast<size_t>(n);
+    }
+    text.resize(got);
+    return text;
+}
+
+nlohmann::json parseProfileText(const std::string& text, const std::string& origin) {
+    try {
+        return json::parse(text);
+    } catch (const json::parse_error& e) {
+        // In our words, with the place: the library's own text names itself.
+        const bool encoding = std::string_view(e.what()).find("UTF-8") != std::string_view::npos;
+        throw Error(origin +
+                    (encoding ? ": not valid UTF-8 at byte " : ": not valid JSON at byte ") +
+                    std::to_string(e.byte));
+    } catch (const json::exception&) {
+        // the only other failure of parsing: a number too large for a double
+        throw Error(origin + ": a number in it is too large");
+    }
 }
 
 Estate buildEstate(const std::string& text, const std::string& origin) {
-    json j;
-    try {
-        j = json::parse(text);
-    } catch (const json::parse_error& e) {
-        throw Error(origin + ": not valid JSON: " + e.what());
-    }
+    const json j = parseProfileText(text, origin);
     Builder b;
     try {
+        checkProfileText(j);
         b.build(Node(j, "$"));
     } catch (const Error& e) {
         throw Error(origin + ": " + e.what());

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,9 @@ Address parseAddress(const std::vector<std::string>& words);
 Address parseAddress(const std::string& text);
 // True for the words that name objects (controller, pdisk, enclosure, ...).
 bool isAddressWord(std::string_view word);
+// The object an address names, or null. A cached LUN named without its
+// controller is found by its name alone.
+const Object* findAddressed(const Estate& estate, const Address& address);
 
 // The text of a profile file. Throws Error naming the file when it cannot be
 // read.
@@ -30,6 +34,16 @@ std::string readProfile(const std::filesystem::path& file);
 // Builds an estate from profile text; `origin` names the file in messages.
 // Throws Error with the JSON path of the first offending item.
 Estate buildEstate(const std::string& text, const std::string& origin);
+// The JSON of a profile; Error naming origin and the place for text that is
+// not JSON.
+nlohmann::json parseProfileText(const std::string& text, const std::string& origin);
+
+// A profile made from "key=value,..." for estates of any size: `controllers`
+// RAID controllers (1), each with `disks` disks (16) in shelves of `slots`
+// slots (60) on as many connectors as they need, `vdisks` two-disk RAID 1
+// virtual disks (0), disks of `media` hdd or ssd; after the controllers of
+// the profile `base` when given. Throws Error naming a bad key or value.
+std::string generateProfile(const std::string& spec);
 
 // The directory holding the shipped profiles.
 std::filesystem::path profilesDir();

@@ -8,6 +8,8 @@
 #include "agent.h"
 #include "answer.h"
 #include "mechanics.h"
+#include "passphrase.h"
+#include "xml_text.h"
 
 namespace kvda {
 
@@ -133,7 +135,7 @@ void getControllerListArrayInfo(Ctx& c) {
     for (const Object* ctl : c.estate.all(kind::kController)) controllerArrayInfo(c, ctl->ctrl);
 }
 void getStoreDump(Ctx& c) {
-    for (const Object& o : c.estate.objects) c.emit(o);
+    c.emitAll(c.estate.everything());
 }
 
 // ---- connectors ----
@@ -161,11 +163,17 @@ void getArrayDisk(Ctx& c) {
 void getArrayDisksForController(Ctx& c) {
     c.emitAll(c.estate.of(kind::kDisk, c.ctrl()));
 }
+// The disks attached to the connector and those in its enclosures. Like
+// every per-connector request it goes by the connector's position, not by
+// what its Channel tag reads (an override may change that).
 void getArrayDisksForChannel(Ctx& c) {
     int64_t g = c.ctrl();
-    std::string ch = std::to_string(c.connector(g).num("Channel"));
+    const Object& connector = c.connector(g);
+    std::set<int64_t> parents{connector.oid};
+    for (const Object* e : c.estate.children(kind::kEnclosure, connector.oid))
+        parents.insert(e->oid);
     c.emitAll(filter(c.estate.of(kind::kDisk, g),
-                     [&](const Object& d) { return d.get("Channel") == ch; }));
+                     [&](const Object& d) { return parents.count(d.parent) != 0; }));
 }
 void getArrayDisksForEnclosure(Ctx& c) {
     int64_t g = c.ctrl();
@@ -298,9 +306,7 @@ void getPowerSupplies(Ctx& c) {
 void getEmms(Ctx& c) {
     components(c, kind::kEmm);
 }
-void getSlotReportForEnclosure(Ctx& c) {
-    int64_t g = c.ctrl();
-    const Object& e = c.enclosure(g);
+void slotReport(Ctx& c, int64_t g, const Object& e) {
     auto disks = c.estate.children(kind::kDisk, e.oid);
     for (long long s = 0; s < e.num("SlotCount"); ++s) {
         const Object* held = nullptr;
@@ -314,6 +320,16 @@ void getSlotReportForEnclosure(Ctx& c) {
                          {"DiskObjID", held ? held->get("ObjID") : ""},
                          {"DiskName", held ? held->get("Name") : ""}});
     }
+}
+// The slots of one enclosure; without Enclosure= (the controller's slot
+// report) those of every enclosure of the controller.
+void getSlotReportForEnclosure(Ctx& c) {
+    int64_t g = c.ctrl();
+    if (!c.req.get("Enclosure")) {
+        for (const Object* e : c.estate.of(kind::kEnclosure, g)) slotReport(c, g, *e);
+        return;
+    }
+    slotReport(c, g, c.enclosure(g));
 }
 
 // ---- tapes, NVMe, PCIe ----
@@ -550,95 +566,17 @@ std::string journalLine(const std::vector<std::string>& pairs) {
     std::string line;
     for (const std::string& p : pairs) {
         if (!line.empty()) line += ' ';
-        auto eq = p.find('=');
-        std::string name = p.substr(0, eq);
-        std::string lower = name;
-        std::transform(lower.begin(), lower.end(), lower.begin(),
-                       [](unsigned char ch) { return static_cast<char>(std::tolower(ch)); });
-        if (eq != std::string::npos && lower.find("passphrase") != std::string::npos)
-            line += name + "=***";
-        else
-            line += p;
+        line += shownText(vk::HidePassphrase(p));
     }
     return line;
 }
 
-Agent::Agent(const std::filesystem::path& statePath) : store_(statePath) {}
-
-const Estate& Agent::current() {
-    int64_t g = store_.generation();
-    if (g != generation_) {
-        estate_ = store_.load();
-        generation_ = g;
-        activeOps_ = hasActiveOps(estate_);
-    }
-    return estate_;
-}
-
-const Estate& Agent::estate() {
-    std::lock_guard lock(mutex_);
-    current();
-    // While operations run, the time that passed since the last write is
-    // written before anything is answered, so that every reader sees the
-    // same progress.
-    if (activeOps_ && effectiveTime(estate_, wallMillis()) > estate_.simTime) {
-        try {
-            mutate([](Estate&, int64_t&) {});
-        } catch (const std::exception&) {
-            // a state file this process cannot write: answer from the stored
-            // state, brought to the present in memory only
-            advanceEstate(estate_, estate_.simTime, effectiveTime(estate_, wallMillis()));
-            generation_ = -1;  // read it again next time
-        }
-    }
-    return estate_;
-}
-
-void Agent::mutate(const Store::Mutation& change) {
-    std::lock_guard lock(mutex_);
-    Estate result;
-    int64_t g = store_.mutate(change, generation_ >= 0 ? &estate_ : nullptr, generation_, result);
-    estate_ = std::move(result);
-    generation_ = g;
-    activeOps_ = hasActiveOps(estate_);
-}
-
-int64_t Agent::now() {
-    std::lock_guard lock(mutex_);
-    return effectiveTime(estate(), wallMillis());
-}
-
-std::string Agent::send(const std::vector<std::string>& pairs) {
-    std::lock_guard lock(mutex_);
-    Answer answer;
-    int st = status::kOk;
-    std::string message;
-    try {
-        Request req = parseRequest(pairs);
-        if (req.name.empty()) {
-            st = status::kBadRequest;
-            message = "the first entry must be vkacmd=<request>";
-        } else if (const Route* r = route(req.name)) {
-            Ctx ctx{req, estate(), answer};
-            r->handler(ctx);
-        } else if (isWriteRequest(req.name)) {
-            const std::filesystem::path dir = std::filesystem::path(store_.path()).parent_path();
-            mutate([&](Estate& e, int64_t& now) { runWrite(req, e, now, dir, answer); });
-        } else {
-            st = status::kUnknownRequest;
-            message = "unknown request '" + req.name + "'";
-        }
-    } catch (const RequestError& e) {
-        st = e.status;
-        message = e.message;
-    } catch (const std::exception& e) {
-        st = status::kStateError;
-        message = e.what();
-    }
-    // the journal records what was asked and what came of it
-    store_.journal(journalLine(pairs) + " => " + std::to_string(st) +
-                   (message.empty() ? "" : " " + message));
-    return answer.finish(st, message);
+bool runRead(const Request& req, const Estate& e, Answer& answer) {
+    const Route* r = route(req.name);
+    if (!r) return false;
+    Ctx ctx{req, e, answer};
+    r->handler(ctx);
+    return true;
 }
 
 }  // namespace kvda

@@ -1,26 +1,128 @@
 #include "sqlite.h"
 
+#include <fcntl.h>
+#include <grp.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+
 namespace kvda {
 
 namespace {
 // Long enough for a large profile being written by another process.
 constexpr int kBusyTimeoutMs = 30000;
+constexpr mode_t kStateMode = 0640;
+constexpr const char* kAdminGroup = "vkadmin";
+
+// The administrators' group, when the system has one.
+std::optional<gid_t> adminGroup() {
+    group g{};
+    group* found = nullptr;
+    std::array<char, 4096> buf{};
+    if (getgrnam_r(kAdminGroup, &g, buf.data(), buf.size(), &found) != 0 || !found)
+        return std::nullopt;
+    return found->gr_gid;
+}
+
+// SQLite would create the file, its WAL and its shared memory readable by
+// everyone under the usual umask; they are made here first, 0640 and owned
+// by the administrators' group where it exists (a failure to change the
+// group leaves the caller's own group, still not readable by others).
+void createPrivate(const std::string& path) {
+    const std::optional<gid_t> group = adminGroup();
+    // The file first, so that a directory this user may not write is named;
+    // a process that opens it meanwhile makes the companions with its mode.
+    for (const char* suffix : {"", "-wal", "-shm"}) {
+        const std::string name = path + suffix;
+        int fd =
+            ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kStateMode);
+        if (fd < 0) {
+            if (errno == EEXIST) continue;  // another process was first
+            throw Error("cannot create state file " + name + ": " + std::strerror(errno));
+        }
+        if (fchmod(fd, kStateMode) != 0 ||
+            (group && fchown(fd, static_cast<uid_t>(-1), *group) != 0)) {
+            // the mode was set at creation already; the group is a courtesy
+        }
+        ::close(fd);
+    }
+}
+
+// A file name as the path of a "file:" URI.
+std::string uriPath(std::string_view path) {
+    std::string out;
+    for (char c : path) {
+        const auto u = static_cast<unsigned char>(c);
+        if (std::isalnum(u) || std::strchr("/-._~", c)) {
+            out += c;
+        } else {
+            constexpr char kHex[] = "0123456789ABCDEF";
+            out += '%';
+            out += kHex[u >> 4];
+            out += kHex[u & 15];
+        }
+    }
+    return out;
+}
+
 }  // namespace
 
 Db::Db(const std::string& path) : path_(path) {
+    int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX;
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0) {
+        createPrivate(path);
+    } else if (::access(path.c_str(), W_OK) != 0) {
+        // Reports read an estate they may not change.
+        flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_FULLMUTEX;
+        readOnly_ = true;
+    }
+    open(path, flags);
+    if (readOnly_ &&
+        sqlite3_exec(db_.get(), "SELECT count(*) FROM sqlite_master", nullptr, nullptr, nullptr) !=
+            SQLITE_OK &&
+        ::stat((path + "-wal").c_str(), &st) != 0) {
+        // A read-only file without its write-ahead log, in a directory where
+        // this user cannot make one: nothing is pending outside the file, so
+        // it is read as it is.
+        open("file:" + uriPath(path) + "?immutable=1", flags | SQLITE_OPEN_URI);
+    }
+    sqlite3_busy_timeout(db_.get(), kBusyTimeoutMs);
+    // Closing neither checkpoints nor deletes the WAL, and commits never
+    // checkpoint on their own: a command that only reads costs no sync of
+    // the file. Writers of the estate checkpoint (see checkpointAbove).
+    sqlite3_db_config(db_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, static_cast<int*>(nullptr));
+    if (!readOnly_) exec("PRAGMA journal_mode=WAL");
+    exec("PRAGMA wal_autocheckpoint=0");
+    exec("PRAGMA synchronous=NORMAL");
+}
+
+void Db::open(const std::string& name, int flags) {
     sqlite3* raw = nullptr;
-    int rc = sqlite3_open_v2(path.c_str(), &raw,
-                             SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
-                             nullptr);
+    int rc = sqlite3_open_v2(name.c_str(), &raw, flags, nullptr);
     db_.reset(raw);
     if (rc != SQLITE_OK) {
         std::string msg = raw ? sqlite3_errmsg(raw) : "out of memory";
-        throw Error("cannot open state file " + path + ": " + msg);
+        throw Error("cannot open state file " + path_ + ": " + msg);
     }
-    sqlite3_busy_timeout(raw, kBusyTimeoutMs);
-    exec("PRAGMA journal_mode=WAL");
-    exec("PRAGMA synchronous=NORMAL");
-    exec("PRAGMA foreign_keys=ON");
+}
+
+int64_t Db::walBytes() const {
+    struct stat st {};
+    return ::stat((path_ + "-wal").c_str(), &st) == 0 ? static_cast<int64_t>(st.st_size) : 0;
+}
+
+void Db::checkpointAbove(int64_t bytes) {
+    if (readOnly_ || walBytes() <= bytes) return;
+    // Truncating keeps the log's size the measure of what it holds, and the
+    // transaction that follows (this process's) starts it afresh. Busy (a
+    // reader holds old pages past the timeout): a later write tries again.
+    sqlite3_wal_checkpoint_v2(db_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
 }
 
 void Db::exec(const char* sql) {
@@ -57,6 +159,13 @@ Stmt& Stmt::bind(int index, int64_t value) {
     return *this;
 }
 
+Stmt& Stmt::bindBlob(int index, std::string_view value) {
+    if (sqlite3_bind_blob(stmt_.get(), index, value.data(), static_cast<int>(value.size()),
+                          SQLITE_TRANSIENT) != SQLITE_OK)
+        db_.fail("bind");
+    return *this;
+}
+
 Stmt& Stmt::bindNull(int index) {
     if (sqlite3_bind_null(stmt_.get(), index) != SQLITE_OK) db_.fail("bind");
     return *this;
@@ -85,6 +194,13 @@ std::string Stmt::text(int column) const {
     if (!p) return {};
     return std::string(reinterpret_cast<const char*>(p),
                        static_cast<size_t>(sqlite3_column_bytes(stmt_.get(), column)));
+}
+
+std::string_view Stmt::view(int column) const {
+    const void* p = sqlite3_column_blob(stmt_.get(), column);
+    if (!p) return {};
+    return {static_cast<const char*>(p),
+            static_cast<size_t>(sqlite3_column_bytes(stmt_.get(), column))};
 }
 
 int64_t Stmt::integer(int column) const {

@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <nlohmann/json.hpp>
-#include <unordered_map>
 
 #include "mechanics.h"
 #include "profile.h"
@@ -16,23 +14,69 @@ namespace kvda {
 namespace fs = std::filesystem;
 
 namespace {
-constexpr size_t kJournalBatch = 64;
-}  // namespace
 
-fs::path defaultStatePath() {
-    if (const char* s = std::getenv("KVDA_STATE"); s && *s) return fs::path(s);
-    if (geteuid() == 0) return fs::path("/var/lib/vk/kvda.db");
-    fs::path base;
-    if (const char* x = std::getenv("XDG_STATE_HOME"); x && *x)
-        base = x;
-    else if (const char* h = std::getenv("HOME"); h && *h)
-        base = fs::path(h) / ".local" / "state";
-    else
-        base = "/tmp";
-    return base / "vk" / "kvda.db";
+constexpr size_t kJournalBatch = 64;
+// Writers of the estate move the write-ahead log into the file beyond this
+// size; the journal alone lets it grow further, so that reads do not sync.
+constexpr int64_t kWriterCheckpointBytes = 1 << 20;
+constexpr int64_t kJournalCheckpointBytes = 4 << 20;
+constexpr int64_t kMaxJournalSize = 10'000'000;
+
+// Statement slots of the statements every request uses.
+enum Slot : size_t {
+    kGeneration,
+    kSelectFirst,  // one per Query::By, in its order
+    kCount = kSelectFirst + 8,
+    kDisksInState,
+    kFreeDisksInState,
+    kSlots
+};
+
+// Kinds are stored as their position here, which keeps index keys small.
+constexpr auto kKinds = std::to_array<std::string_view>({
+    kind::kStorage,   kind::kGlobal,  kind::kCachePool,   kind::kController, kind::kConnector,
+    kind::kEnclosure, kind::kFan,     kind::kPowerSupply, kind::kEmm,        kind::kProbe,
+    kind::kDisk,      kind::kTape,    kind::kVdisk,       kind::kSpan,       kind::kPartition,
+    kind::kCachedLun, kind::kBattery, kind::kNvme,        kind::kAlert,
+});
+
+// -1 for a kind the estate has no object of.
+int64_t kindCode(std::string_view k) {
+    auto it = std::find(kKinds.begin(), kKinds.end(), k);
+    return it == kKinds.end() ? -1 : it - kKinds.begin();
 }
 
-namespace {
+constexpr const char* kRowColumns = "SELECT oid, kind, ctrl, parent, addr, props FROM objects ";
+// By Query::By.
+constexpr std::array<const char*, 8> kSelectWhere{
+    "WHERE oid=?1",
+    "WHERE kind=?1 AND ctrl=?2 AND addr=?3",
+    "WHERE kind=?1",
+    "WHERE kind=?1 AND ctrl=?2",
+    "WHERE parent=?1",
+    "WHERE parent=?1 AND kind=?2",
+    // the few busy objects: the planner would rather scan all than sort them
+    "INDEXED BY objects_busy WHERE busy<>0 ORDER BY oid",
+    "ORDER BY oid",
+};
+
+// Objects by address (also by kind and controller), a
+// controller's disks by state, children by parent, and the few that
+// simulated time changes.
+struct Index {
+    std::string_view name;
+    const char* create;
+};
+constexpr auto kIndexes = std::to_array<Index>({
+    {"objects_address", "CREATE UNIQUE INDEX objects_address ON objects(kind, ctrl, addr)"},
+    {"objects_state", "CREATE INDEX objects_state ON objects(kind, ctrl, state)"},
+    {"objects_parent", "CREATE INDEX objects_parent ON objects(parent, kind)"},
+    {"objects_busy", "CREATE INDEX objects_busy ON objects(busy) WHERE busy<>0"},
+});
+
+constexpr const char* kInsertObject =
+    "INSERT INTO objects(oid, kind, ctrl, parent, addr, state, attrs, busy, props)"
+    " VALUES(?1,?2,?3,?4,?5,?6,?7,?8,?9)";
 
 fs::path ensureDir(const fs::path& path) {
     std::error_code ec;
@@ -40,34 +84,55 @@ fs::path ensureDir(const fs::path& path) {
     return path;
 }
 
-std::string propsJson(const Props& props) {
-    nlohmann::json j = nlohmann::json::array();
-    for (const auto& [k, v] : props) j.push_back({k, v});
-    return j.dump();
-}
-
-Props jsonProps(const std::string& text) {
-    Props out;
-    auto j = nlohmann::json::parse(text);
-    out.reserve(j.size());
-    for (const auto& kv : j) out.emplace_back(kv[0].get<std::string>(), kv[1].get<std::string>());
-    return out;
+void insertObject(Stmt& ins, const Object& o) {
+    const Columns c = columnsOf(o);
+    const int64_t code = kindCode(o.kind);
+    if (code < 0) throw Error("an object of unknown kind '" + o.kind + "'");
+    ins.bind(1, o.oid).bind(2, code).bind(3, o.ctrl).bind(4, o.parent).bind(5, o.addr);
+    ins.bind(6, c.state).bind(7, static_cast<int64_t>(c.attrs)).bind(8, int64_t{c.busy});
+    ins.bindBlob(9, encodeProps(o.props)).run();
 }
 
 }  // namespace
 
+fs::path defaultStatePath() {
+    if (const char* s = std::getenv("KVDA_STATE"); s && *s) return fs::path(s);
+    if (geteuid() == 0) return fs::path("/var/lib/vk/kvda.db");
+    // Only absolute directories count (a relative one would follow the
+    // working directory); without one there is no place of the user's own,
+    // and a shared directory would hand the estate to every other user.
+    fs::path base;
+    if (const char* x = std::getenv("XDG_STATE_HOME"); x && fs::path(x).is_absolute())
+        base = x;
+    else if (const char* h = std::getenv("HOME"); h && fs::path(h).is_absolute())
+        base = fs::path(h) / ".local" / "state";
+    else
+        throw Error("no state directory of user " + std::to_string(geteuid()) +
+                    ": set HOME or XDG_STATE_HOME to an absolute directory, or KVDA_STATE to the "
+                    "estate's file; a shared directory such as /tmp is not used");
+    return base / "vk" / "kvda.db";
+}
+
 Store::Store(const fs::path& path) : db_(ensureDir(path).string()) {
-    Transaction t(db_, true);
-    Stmt has(db_, "SELECT count(*) FROM sqlite_master WHERE type='table' AND name='meta'");
-    has.step();
-    if (has.integer(0) == 0) {
-        createSchema();
-        fs::path def = resolveProfile("default");
-        writeObjects(buildEstate(readProfile(def), def.string()));
-        Stmt p(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES('profile', 'default')");
-        p.run();
-        t.commit();
-        return;
+    auto hasMeta = [&] {
+        Stmt has(db_, "SELECT count(*) FROM sqlite_master WHERE type='table' AND name='meta'");
+        has.step();
+        return has.integer(0) != 0;
+    };
+    if (!hasMeta()) {
+        if (db_.readOnly())
+            throw Error("state file " + path.string() +
+                        " holds no estate and this user may not create one");
+        Transaction t(db_, true);
+        if (!hasMeta()) {  // another process may have been first
+            createSchema();
+            fs::path def = resolveProfile("default");
+            writeObjects(buildEstate(readProfile(def), def.string()));
+            Stmt p(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES('profile', 'default')");
+            p.run();
+            t.commit();
+            settle();
+        }
     }
     Stmt v(db_, "SELECT value FROM meta WHERE key='schema_version'");
     std::string version = v.step() ? v.text(0) : "none";
@@ -75,19 +140,25 @@ Store::Store(const fs::path& path) : db_(ensureDir(path).string()) {
         throw Error("state file " + path.string() + " has schema version " + version +
                     std::string("; this kvda reads version ") + std::to_string(kSchemaVersion) +
                     " (recreate it with: kvda init --force)");
-    t.commit();
+}
+
+Stmt& Store::statement(size_t slot, const char* sql) {
+    if (!statements_[slot]) statements_[slot] = std::make_unique<Stmt>(db_, sql);
+    return *statements_[slot];
 }
 
 void Store::createSchema() {
     db_.exec(
         "CREATE TABLE meta(key TEXT PRIMARY KEY, value TEXT NOT NULL);"
-        "CREATE TABLE objects(oid INTEGER PRIMARY KEY, kind TEXT NOT NULL, ctrl INTEGER NOT NULL,"
-        " parent INTEGER NOT NULL, addr TEXT NOT NULL, props TEXT NOT NULL,"
-        " UNIQUE(kind, ctrl, addr));"
-        "CREATE TABLE overrides(oid INTEGER NOT NULL REFERENCES objects(oid) ON DELETE CASCADE,"
-        " tag TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY(oid, tag));"
-        "CREATE TABLE journal(seq INTEGER PRIMARY KEY AUTOINCREMENT, at TEXT NOT NULL,"
-        " line TEXT NOT NULL);");
+        "CREATE TABLE objects(oid INTEGER PRIMARY KEY, kind INTEGER NOT NULL,"
+        " ctrl INTEGER NOT NULL, parent INTEGER NOT NULL, addr TEXT NOT NULL,"
+        " state INTEGER NOT NULL, attrs INTEGER NOT NULL, busy INTEGER NOT NULL,"
+        " props BLOB NOT NULL);"
+        // an object's overrides go with it (see writeChanges)
+        "CREATE TABLE overrides(oid INTEGER NOT NULL, tag TEXT NOT NULL, value TEXT NOT NULL,"
+        " PRIMARY KEY(oid, tag));"
+        "CREATE TABLE journal(seq INTEGER PRIMARY KEY, at TEXT NOT NULL, line TEXT NOT NULL);");
+    for (const Index& index : kIndexes) db_.exec(index.create);
     Stmt ins(db_, "INSERT INTO meta(key, value) VALUES(?1, ?2)");
     ins.bind(1, "schema_version").bind(2, std::to_string(kSchemaVersion)).run();
     ins.bind(1, "generation").bind(2, "1").run();
@@ -96,19 +167,36 @@ void Store::createSchema() {
     ins.bind(1, "sim_time").bind(2, "0").run();
     ins.bind(1, "wall_anchor").bind(2, std::to_string(wallMillis())).run();
     ins.bind(1, "next_oid").bind(2, "1").run();
+    ins.bind(1, "journal_size").bind(2, std::to_string(kDefaultJournalSize)).run();
 }
 
 void Store::writeObjects(const Estate& estate) {
+    // A whole estate is written without its indexes, which are made again
+    // afterwards in one sorted pass each: much less work than keeping them
+    // up to date row by row.
+    for (const Index& index : kIndexes) db_.exec(("DROP INDEX " + std::string(index.name)).c_str());
     db_.exec("DELETE FROM overrides; DELETE FROM objects;");
-    Stmt ins(db_,
-             "INSERT INTO objects(oid, kind, ctrl, parent, addr, props) VALUES(?1,?2,?3,?4,?5,?6)");
-    Stmt ov(db_, "INSERT INTO overrides(oid, tag, value) VALUES(?1, ?2, ?3)");
-    for (const Object& o : estate.objects) {
-        ins.bind(1, o.oid).bind(2, o.kind).bind(3, o.ctrl).bind(4, o.parent).bind(5, o.addr);
-        ins.bind(6, propsJson(o.props)).run();
-        for (const auto& [k, v] : o.overrides) ov.bind(1, o.oid).bind(2, k).bind(3, v).run();
+    {
+        Stmt ins(db_, kInsertObject);
+        Stmt ov(db_, "INSERT INTO overrides(oid, tag, value) VALUES(?1, ?2, ?3)");
+        for (const Object* o : estate.everything()) {
+            insertObject(ins, *o);
+            for (const auto& [k, v] : o->overrides) ov.bind(1, o->oid).bind(2, k).bind(3, v).run();
+        }
     }
+    for (const Index& index : kIndexes) db_.exec(index.create);
     bump();
+}
+
+// The estate's pages go into the file at once and the write-ahead log
+// starts afresh in this process (the generation bumped once more is its
+// first page): otherwise the first reader appending to the journal would
+// restart the log, which syncs it.
+void Store::settle() {
+    sqlite3_wal_checkpoint_v2(db_.handle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+    Transaction t(db_, true);
+    bump();
+    t.commit();
 }
 
 void Store::bump() {
@@ -118,26 +206,28 @@ void Store::bump() {
 
 void Store::replace(const Estate& estate, const std::string& profile) {
     flushJournal();
-    Transaction t(db_, true);
-    writeObjects(estate);
-    Stmt p(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES('profile', ?1)");
-    p.bind(1, profile).run();
-    // a new estate starts its own simulated clock
-    int64_t next = 1;
-    for (const Object& o : estate.objects) next = std::max(next, o.oid + 1);
-    Stmt m(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES(?1, ?2)");
-    m.bind(1, "sim_time").bind(2, "0").run();
-    m.bind(1, "wall_anchor").bind(2, std::to_string(wallMillis())).run();
-    m.bind(1, "next_oid").bind(2, std::to_string(next)).run();
-    t.commit();
+    {
+        Transaction t(db_, true);
+        writeObjects(estate);
+        Stmt p(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES('profile', ?1)");
+        p.bind(1, profile).run();
+        // a new estate starts its own simulated clock
+        int64_t next = estate.nextOid;
+        for (const Object* o : estate.everything()) next = std::max(next, o->oid + 1);
+        Stmt m(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES(?1, ?2)");
+        m.bind(1, "sim_time").bind(2, "0").run();
+        m.bind(1, "wall_anchor").bind(2, std::to_string(wallMillis())).run();
+        m.bind(1, "next_oid").bind(2, std::to_string(next)).run();
+        t.commit();
+    }
+    settle();
 }
 
 int64_t Store::generation() {
-    if (!generation_)
-        generation_ = std::make_unique<Stmt>(
-            db_, "SELECT CAST(value AS INTEGER) FROM meta WHERE key='generation'");
-    int64_t g = generation_->step() ? generation_->integer(0) : 0;
-    generation_->reset();
+    Stmt& s =
+        statement(kGeneration, "SELECT CAST(value AS INTEGER) FROM meta WHERE key='generation'");
+    int64_t g = s.step() ? s.integer(0) : 0;
+    s.reset();
     return g;
 }
 
@@ -147,81 +237,123 @@ std::string Store::meta(const std::string& key) {
     return s.step() ? s.text(0) : std::string();
 }
 
-Estate Store::load() {
-    Transaction t(db_, false);
-    Estate e = loadLocked();
-    t.commit();
-    return e;
-}
-
-Estate Store::loadLocked() {
-    Estate e;
-    {
-        Stmt m(db_,
-               "SELECT key, value FROM meta WHERE key IN ('sim_time','wall_anchor','next_oid')");
-        while (m.step()) {
-            std::string k = m.text(0);
-            int64_t v = std::atoll(m.text(1).c_str());
-            if (k == "sim_time") e.simTime = v;
-            if (k == "wall_anchor") e.wallAnchor = v;
-            if (k == "next_oid") e.nextOid = v;
-        }
-    }
-    Stmt s(db_, "SELECT oid, kind, ctrl, parent, addr, props FROM objects ORDER BY oid");
-    while (s.step()) {
-        Object o;
-        o.oid = s.integer(0);
-        o.kind = s.text(1);
-        o.ctrl = s.integer(2);
-        o.parent = s.integer(3);
-        o.addr = s.text(4);
-        o.props = jsonProps(s.text(5));
-        e.objects.push_back(std::move(o));
-    }
-    e.index();
+Estate Store::view() {
+    std::unordered_map<int64_t, Overrides> overrides;
     Stmt ov(db_, "SELECT oid, tag, value FROM overrides");
-    while (ov.step()) {
-        if (Object* o = e.edit(ov.integer(0))) o->overrides[ov.text(1)] = ov.text(2);
+    while (ov.step()) overrides[ov.integer(0)][ov.text(1)] = ov.text(2);
+    Estate e(*this, std::move(overrides));
+    Stmt m(db_, "SELECT key, value FROM meta WHERE key IN ('sim_time','wall_anchor','next_oid')");
+    while (m.step()) {
+        std::string k = m.text(0);
+        int64_t v = std::atoll(m.text(1).c_str());
+        if (k == "sim_time") e.simTime = v;
+        if (k == "wall_anchor") e.wallAnchor = v;
+        if (k == "next_oid") e.nextOid = v;
     }
-    for (const Object& o : e.objects) e.nextOid = std::max(e.nextOid, o.oid + 1);
+    Stmt last(db_, "SELECT max(oid) FROM objects");
+    if (last.step() && !last.isNull(0)) e.nextOid = std::max(e.nextOid, last.integer(0) + 1);
     return e;
 }
 
-void Store::writeDiff(const Estate& before, const Estate& after) {
-    std::unordered_map<int64_t, const Object*> old;
-    for (const Object& o : before.objects) old[o.oid] = &o;
+void Store::select(const Query& q, const std::function<void(const StoredRow&)>& row) {
+    const auto by = static_cast<size_t>(q.by);
+    static const std::array<std::string, 8> kSql = [] {
+        std::array<std::string, 8> out;
+        for (size_t i = 0; i < out.size(); ++i) out[i] = std::string(kRowColumns) + kSelectWhere[i];
+        return out;
+    }();
+    Stmt& s = statement(kSelectFirst + by, kSql[by].c_str());
+    switch (q.by) {
+        case Query::By::kOid:
+            s.bind(1, q.oid);
+            break;
+        case Query::By::kAddress:
+            s.bind(1, kindCode(q.kind)).bind(2, q.ctrl).bind(3, q.addr);
+            break;
+        case Query::By::kKind:
+            s.bind(1, kindCode(q.kind));
+            break;
+        case Query::By::kKindCtrl:
+            s.bind(1, kindCode(q.kind)).bind(2, q.ctrl);
+            break;
+        case Query::By::kParent:
+            s.bind(1, q.parent);
+            break;
+        case Query::By::kParentKind:
+            s.bind(1, q.parent).bind(2, kindCode(q.kind));
+            break;
+        case Query::By::kBusy:
+        case Query::By::kAll:
+            break;
+    }
+    try {
+        while (s.step()) {
+            const int64_t code = s.integer(1);
+            if (code < 0 || code >= static_cast<int64_t>(kKinds.size()))
+                throw Error("state file " + db_.path() + ": object " +
+                            std::to_string(s.integer(0)) + " is of no known kind");
+            row({s.integer(0), kKinds[static_cast<size_t>(code)], s.integer(2), s.integer(3),
+                 s.view(4), s.view(5)});
+        }
+    } catch (...) {
+        s.reset();
+        throw;
+    }
+    s.reset();
+}
+
+int64_t Store::count(std::string_view kind, int64_t ctrl) {
+    Stmt& s = statement(kCount, "SELECT count(*) FROM objects WHERE kind=?1 AND ctrl=?2");
+    s.bind(1, kindCode(kind)).bind(2, ctrl);
+    int64_t n = s.step() ? s.integer(0) : 0;
+    s.reset();
+    return n;
+}
+
+std::vector<int64_t> Store::disksInState(int64_t ctrl, int64_t st, bool free, int64_t limit) {
+    Stmt& s = free ? statement(kFreeDisksInState,
+                               "SELECT oid FROM objects WHERE kind=?5 AND ctrl=?1 AND state=?2"
+                               " AND (attrs & ?4)=0 LIMIT ?3")
+                   : statement(kDisksInState,
+                               "SELECT oid FROM objects WHERE kind=?5 AND ctrl=?1 AND state=?2"
+                               " LIMIT ?3");
+    s.bind(1, ctrl).bind(2, st).bind(3, limit).bind(5, kindCode(kind::kDisk));
+    if (free)
+        s.bind(4, static_cast<int64_t>(diskattr::kGlobalHotSpare | diskattr::kDedicatedHotSpare));
+    std::vector<int64_t> out;
+    while (s.step()) out.push_back(s.integer(0));
+    s.reset();
+    return out;
+}
+
+void Store::writeChanges(const Estate& estate) {
+    const Estate::Changes c = estate.changes();
     // Removed objects go first: a new object may take a removed one's address.
     Stmt delOv(db_, "DELETE FROM overrides WHERE oid=?1");
     Stmt del(db_, "DELETE FROM objects WHERE oid=?1");
-    for (const Object& o : before.objects)
-        if (!after.byOid(o.oid)) {
-            delOv.bind(1, o.oid).run();
-            del.bind(1, o.oid).run();
-        }
-    Stmt put(db_,
-             "INSERT INTO objects(oid, kind, ctrl, parent, addr, props) VALUES(?1,?2,?3,?4,?5,?6)"
-             " ON CONFLICT(oid) DO UPDATE SET parent=excluded.parent, addr=excluded.addr,"
-             " props=excluded.props");
-    for (const Object& o : after.objects) {
-        auto it = old.find(o.oid);
-        if (it != old.end() && it->second->props == o.props && it->second->parent == o.parent &&
-            it->second->addr == o.addr)
-            continue;
-        put.bind(1, o.oid).bind(2, o.kind).bind(3, o.ctrl).bind(4, o.parent).bind(5, o.addr);
-        put.bind(6, propsJson(o.props)).run();
+    for (int64_t oid : c.removed) {
+        delOv.bind(1, oid).run();
+        del.bind(1, oid).run();
+    }
+    Stmt ins(db_, kInsertObject);
+    for (const Object* o : c.added) insertObject(ins, *o);
+    Stmt upd(db_, "UPDATE objects SET state=?2, attrs=?3, busy=?4, props=?5 WHERE oid=?1");
+    for (const Object* o : c.edited) {
+        const Columns col = columnsOf(*o);
+        upd.bind(1, o->oid).bind(2, col.state).bind(3, static_cast<int64_t>(col.attrs));
+        upd.bind(4, int64_t{col.busy}).bindBlob(5, encodeProps(o->props)).run();
     }
 }
 
-int64_t Store::mutate(const Mutation& change, const Estate* cached, int64_t cachedGeneration,
-                      Estate& result) {
+int64_t Store::mutate(const Mutation& change, Estate& result) {
     flushJournal();
+    db_.checkpointAbove(kWriterCheckpointBytes);
     Transaction t(db_, true);
-    Estate e = cached && generation() == cachedGeneration ? *cached : loadLocked();
-    const Estate before = e;
+    Estate e = view();
     int64_t now = effectiveTime(e, wallMillis());
     advanceEstate(e, e.simTime, now);
     change(e, now);
-    writeDiff(before, e);
+    writeChanges(e);
     const int64_t wall = wallMillis();
     Stmt m(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES(?1, ?2)");
     m.bind(1, "sim_time").bind(2, std::to_string(now)).run();
@@ -230,65 +362,82 @@ int64_t Store::mutate(const Mutation& change, const Estate* cached, int64_t cach
     bump();
     int64_t g = generation();
     t.commit();
+    e.markWritten();
     e.simTime = now;
     e.wallAnchor = wall;
     result = std::move(e);
     return g;
 }
 
+// An override of the state or the attributes changes what indexed queries
+// select the object by.
+void Store::refreshColumns(int64_t oid) {
+    Stmt get(db_, "SELECT kind, props FROM objects WHERE oid=?1");
+    get.bind(1, oid);
+    if (!get.step()) return;
+    Object o;
+    o.oid = oid;
+    const int64_t code = get.integer(0);
+    if (code >= 0 && code < static_cast<int64_t>(kKinds.size()))
+        o.kind = std::string(kKinds[static_cast<size_t>(code)]);
+    if (!decodeProps(get.view(1), o.props))
+        throw Error("state file " + db_.path() + ": the properties of object " +
+                    std::to_string(oid) + " are damaged");
+    Stmt ov(db_, "SELECT tag, value FROM overrides WHERE oid=?1");
+    ov.bind(1, oid);
+    while (ov.step()) o.overrides[ov.text(0)] = ov.text(1);
+    const Columns c = columnsOf(o);
+    Stmt upd(db_, "UPDATE objects SET state=?2, attrs=?3, busy=?4 WHERE oid=?1");
+    upd.bind(1, oid).bind(2, c.state).bind(3, static_cast<int64_t>(c.attrs));
+    upd.bind(4, int64_t{c.busy}).run();
+}
+
 void Store::setOverride(int64_t oid, const std::string& tag, const std::string& value) {
     flushJournal();
+    db_.checkpointAbove(kWriterCheckpointBytes);
     Transaction t(db_, true);
     Stmt s(db_, "INSERT OR REPLACE INTO overrides(oid, tag, value) VALUES(?1, ?2, ?3)");
     s.bind(1, oid).bind(2, tag).bind(3, value).run();
+    refreshColumns(oid);
     bump();
     t.commit();
 }
 
 bool Store::unsetOverride(int64_t oid, const std::string& tag) {
     flushJournal();
+    db_.checkpointAbove(kWriterCheckpointBytes);
     Transaction t(db_, true);
     Stmt s(db_, "DELETE FROM overrides WHERE oid=?1 AND tag=?2");
     s.bind(1, oid).bind(2, tag).run();
     bool changed = sqlite3_changes(db_.handle()) > 0;
+    refreshColumns(oid);
     bump();
     t.commit();
     return changed;
 }
 
-void Store::applyChanges(const std::vector<Change>& changes) {
-    flushJournal();
-    Transaction t(db_, true);
-    Stmt get(db_, "SELECT props FROM objects WHERE oid=?1");
-    Stmt put(db_, "UPDATE objects SET props=?2 WHERE oid=?1");
-    for (const Change& c : changes) {
-        get.bind(1, c.oid);
-        if (!get.step())
-            throw Error(std::string("object ") + std::to_string(c.oid) + " no longer exists");
-        Object o;
-        o.props = jsonProps(get.text(0));
-        get.reset();
-        o.set(c.tag, c.value);
-        put.bind(1, c.oid).bind(2, propsJson(o.props)).run();
-    }
-    bump();
-    t.commit();
-}
-
 void Store::journal(const std::string& line) {
+    // A reader that may not write the file keeps no record of its requests.
+    if (db_.readOnly()) return;
     using namespace std::chrono;
     auto now = system_clock::to_time_t(system_clock::now());
     char stamp[32];
-    std::strftime(stamp, sizeof stamp, "%Y-%m-%dT%H:%M:%S", std::gmtime(&now));
+    std::tm tm{};
+    gmtime_r(&now, &tm);
+    std::strftime(stamp, sizeof stamp, "%Y-%m-%dT%H:%M:%S", &tm);
     pending_.emplace_back(stamp, line);
     if (pending_.size() >= kJournalBatch) flushJournal();
 }
 
 void Store::flushJournal() {
     if (pending_.empty()) return;
+    db_.checkpointAbove(kJournalCheckpointBytes);
     Transaction t(db_, true);
     Stmt s(db_, "INSERT INTO journal(at, line) VALUES(?1, ?2)");
     for (const auto& [at, line] : pending_) s.bind(1, at).bind(2, line).run();
+    // a ring: the oldest lines beyond the journal's size go
+    Stmt trim(db_, "DELETE FROM journal WHERE seq <= last_insert_rowid() - ?1");
+    trim.bind(1, journalSize()).run();
     t.commit();
     pending_.clear();
 }
@@ -313,6 +462,25 @@ void Store::clearJournal() {
     pending_.clear();
     Transaction t(db_, true);
     db_.exec("DELETE FROM journal");
+    t.commit();
+}
+
+int64_t Store::journalSize() {
+    const std::string v = meta("journal_size");
+    const int64_t n = std::atoll(v.c_str());
+    return n > 0 ? n : kDefaultJournalSize;
+}
+
+void Store::setJournalSize(int64_t lines) {
+    if (lines < 1 || lines > kMaxJournalSize)
+        throw Error("the journal keeps 1 to " + std::to_string(kMaxJournalSize) +
+                    " requests, not " + std::to_string(lines));
+    flushJournal();
+    Transaction t(db_, true);
+    Stmt m(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES('journal_size', ?1)");
+    m.bind(1, std::to_string(lines)).run();
+    Stmt trim(db_, "DELETE FROM journal WHERE seq <= (SELECT max(seq) FROM journal) - ?1");
+    trim.bind(1, lines).run();
     t.commit();
 }
 

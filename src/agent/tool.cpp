@@ -1,5 +1,6 @@
 // kvda: the control tool of the simulated storage estate.
 #include <algorithm>
+#include <charconv>
 #include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -9,6 +10,7 @@
 #include "mechanics.h"
 #include "profile.h"
 #include "store.h"
+#include "xml_text.h"
 
 namespace fs = std::filesystem;
 using namespace kvda;
@@ -16,7 +18,8 @@ using namespace kvda;
 namespace {
 
 constexpr const char* kUsage =
-    "usage: kvda init [--profile NAME|FILE] [--force]\n"
+    "usage: kvda init [--profile NAME|FILE | --generate KEY=VALUE,...] [--force]\n"
+    "         (--generate keys: controllers, disks, vdisks, slots, media, base)\n"
     "       kvda profiles\n"
     "       kvda show [--format=json]\n"
     "       kvda send vkacmd=REQUEST [name=value...]\n"
@@ -25,7 +28,7 @@ constexpr const char* kUsage =
     "       kvda fail OBJECT | kvda replace OBJECT\n"
     "       kvda alerts                          the alert log, oldest first\n"
     "       kvda time [advance DURATION]           (DURATION such as 90s, 10m, 2h, 1d)\n"
-    "       kvda journal [--clear]\n"
+    "       kvda journal [--clear | --keep N]   (the journal keeps the last N requests)\n"
     "state file: $KVDA_STATE, else the user's state directory (vk/kvda.db)\n";
 
 struct Usage : Error {
@@ -33,7 +36,7 @@ struct Usage : Error {
 };
 
 int cmdInit(const std::vector<std::string>& args) {
-    std::string profile = "default";
+    std::string profile, generate;
     bool force = false;
     for (size_t i = 0; i < args.size(); ++i) {
         if (args[i] == "--force")
@@ -42,27 +45,43 @@ int cmdInit(const std::vector<std::string>& args) {
             profile = args[++i];
         else if (args[i].starts_with("--profile="))
             profile = args[i].substr(10);
+        else if (args[i] == "--generate" && i + 1 < args.size())
+            generate = args[++i];
+        else if (args[i].starts_with("--generate="))
+            generate = args[i].substr(11);
         else
             throw Usage("init: unknown argument '" + args[i] + "'");
     }
-    fs::path file = resolveProfile(profile);
-    Estate estate = buildEstate(readProfile(file), file.string());  // refuse before touching state
+    if (!profile.empty() && !generate.empty())
+        throw Usage("init: give --profile or --generate, not both");
+    // refuse a bad profile before touching the state
+    std::string origin, name;
+    Estate estate;
+    if (!generate.empty()) {
+        origin = "a generated profile (" + generate + ")";
+        name = "generated:" + generate;
+        estate = buildEstate(generateProfile(generate), "generated profile");
+    } else {
+        name = profile.empty() ? "default" : profile;
+        fs::path file = resolveProfile(name);
+        origin = file.string();
+        estate = buildEstate(readProfile(file), file.string());
+    }
     fs::path state = defaultStatePath();
     if (fs::exists(state) && !force)
         throw Error("state file " + state.string() + " exists; add --force to replace it");
     try {
         Store store(state);
-        store.replace(estate, profile);
+        store.replace(estate, name);
     } catch (const Error& e) {
         if (!force || std::string(e.what()).find("schema version") == std::string::npos) throw;
         for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(state.string() + suffix);
         Store store(state);
-        store.replace(estate, profile);
+        store.replace(estate, name);
     }
-    size_t disks = std::count_if(estate.objects.begin(), estate.objects.end(),
-                                 [](const Object& o) { return o.kind == kind::kDisk; });
-    std::cout << "kvda: " << state.string() << " initialised from " << file.string() << " ("
-              << estate.all(kind::kController).size() << " controllers, " << disks << " disks)\n";
+    std::cout << "kvda: " << state.string() << " initialised from " << origin << " ("
+              << estate.all(kind::kController).size() << " controllers, "
+              << estate.all(kind::kDisk).size() << " disks)\n";
     return 0;
 }
 
@@ -95,24 +114,24 @@ int cmdShow(Agent& agent, const std::vector<std::string>& args) {
     const Estate& e = agent.estate();
     if (json) {
         nlohmann::json out = nlohmann::json::array();
-        for (const Object& o : e.objects) {
+        for (const Object* o : e.everything()) {
             nlohmann::json props = nlohmann::json::object();
-            for (const auto& [k, v] : effectiveProps(e, o)) props[k] = v;
-            nlohmann::json item{{"kind", o.kind}, {"address", o.addr}, {"properties", props}};
-            if (o.ctrl >= 0) item["controller"] = o.ctrl;
-            if (!o.overrides.empty()) item["overrides"] = o.overrides;
+            for (const auto& [k, v] : effectiveProps(e, *o)) props[k] = v;
+            nlohmann::json item{{"kind", o->kind}, {"address", o->addr}, {"properties", props}};
+            if (o->ctrl >= 0) item["controller"] = o->ctrl;
+            if (!o->overrides.empty()) item["overrides"] = o->overrides;
             out.push_back(item);
         }
         std::cout << out.dump(2) << "\n";
         return 0;
     }
-    for (const Object& o : e.objects) {
-        std::cout << o.kind;
-        if (o.ctrl >= 0) std::cout << " controller=" << o.ctrl;
-        if (o.kind != kind::kController) std::cout << " " << o.addr;
-        std::cout << "  ObjID=" << o.get("ObjID") << " Name=\"" << o.get("Name") << "\"";
-        if (!o.get("ObjState").empty()) std::cout << " ObjState=" << o.get("ObjState");
-        for (const auto& [k, v] : o.overrides) std::cout << " !" << k << "=" << v;
+    for (const Object* o : e.everything()) {
+        std::cout << o->kind;
+        if (o->ctrl >= 0) std::cout << " controller=" << o->ctrl;
+        if (o->kind != kind::kController) std::cout << " " << o->addr;
+        std::cout << "  ObjID=" << o->get("ObjID") << " Name=\"" << o->get("Name") << "\"";
+        if (!o->get("ObjState").empty()) std::cout << " ObjState=" << o->get("ObjState");
+        for (const auto& [k, v] : o->overrides) std::cout << " !" << k << "=" << v;
         std::cout << "\n";
     }
     return 0;
@@ -127,7 +146,7 @@ const Object& target(Agent& agent, const std::vector<std::string>& args,
         (isAddressWord(name) ? words : rest).push_back(a);
     }
     Address ad = parseAddress(words);
-    const Object* o = agent.estate().find(ad.kind, ad.ctrl, ad.addr);
+    const Object* o = findAddressed(agent.estate(), ad);
     if (!o) {
         std::string all;
         for (const auto& w : words) appendListItem(all, " ", w);
@@ -140,6 +159,13 @@ int cmdSet(Agent& agent, const std::vector<std::string>& args, bool set) {
     std::vector<std::string> rest;
     const Object& o = target(agent, args, rest);
     if (rest.empty()) throw Usage(set ? "set: give TAG=VALUE" : "unset: give TAG");
+    // Overrides are answered as elements: the same text as a request's, and
+    // tags that are element names.
+    try {
+        checkRequestText(rest);
+    } catch (const RequestError& e) {
+        throw Error(e.message);
+    }
     for (const auto& r : rest) {
         std::string tag = set ? r.substr(0, r.find('=')) : r;
         if (set && r.find('=') == std::string::npos)
@@ -202,6 +228,14 @@ int cmdTime(Agent& agent, const std::vector<std::string>& args) {
 int cmdJournal(Agent& agent, const std::vector<std::string>& args) {
     if (args.size() == 1 && args[0] == "--clear") {
         agent.store().clearJournal();
+        return 0;
+    }
+    if (args.size() == 2 && args[0] == "--keep") {
+        int64_t n = 0;
+        auto r = std::from_chars(args[1].data(), args[1].data() + args[1].size(), n);
+        if (r.ec != std::errc() || r.ptr != args[1].data() + args[1].size())
+            throw Usage("journal: --keep takes a number of requests, not '" + args[1] + "'");
+        agent.store().setJournalSize(n);
         return 0;
     }
     if (!args.empty()) throw Usage("journal: unknown argument '" + args[0] + "'");

@@ -1,12 +1,14 @@
 // The command descriptor table: every command line the plug-in serves, its
 // handler and the rights it needs. The support library sorts it at load.
+#include <array>
+
 #include "handlers.h"
 #include "module.h"
 
 namespace {
 
-constexpr uint32_t kRead = 1;
-constexpr uint32_t kConfigure = 7;
+constexpr uint32_t kRead = CLPS_RIGHTS_READ;
+constexpr uint32_t kConfigure = CLPS_RIGHTS_CONFIGURE;
 constexpr const char* kStyleSheet = "kvclp.xsl";
 
 // A bare "vkreport storage" / "vkconfig storage" only answers a help request.
@@ -23,14 +25,11 @@ CLPSResponse* ConfigStorageUsage(uint32_t argc, const char** argv) {
     return UsageOrNothing(argc, argv, 6001);
 }
 
-}  // namespace
-
-namespace kvclp {
-
-// Row 26 asks only reading rights and row 29 is served by the tape report
-// handler; both are kept as they are on purpose.
+// Two rows differ from their neighbours by design: configuring a cachecade
+// needs only reading rights, and "vkconfig storage tape" is served by the
+// tape report handler (it shows the tape drives).
 // clang-format off
-std::array<CLPSCCDT, kCommandCount> g_commandTable = {{
+constinit auto g_commandRows = std::to_array<CLPSCCDT>({
     {"vkreport",              "storage",       ReportStorageUsage,  kRead},
     {"vkreport system",       "version",       ReportVersion,       kRead},
     {"vkreport servermodule", "version",       ReportVersion,       kRead},
@@ -70,7 +69,13 @@ std::array<CLPSCCDT, kCommandCount> g_commandTable = {{
     {"vkconfig storage",      "tarncache",     ConfigTarnCache,     kConfigure},
     {"vkconfig storage",      "partition",     ConfigPartition,     kConfigure},
     {"vkconfig storage",      "tarncachedisk", ConfigTarnCacheDisk, kConfigure},
-}};
+});
 // clang-format on
+
+}  // namespace
+
+namespace kvclp {
+
+constinit const std::span<CLPSCCDT> g_commandTable{g_commandRows};
 
 }  // namespace kvclp

@@ -23,7 +23,8 @@ extern "C" {
 CLPSResponse* kvclp64_sendRequest(uint32_t argc, const char** argv) {
     if (kvclp::g_attachFailed) return nullptr;
     ExportScope scope;
-    return CLPSSendRequest(argc, argv, kvclp::g_commandTable.data(), kvclp::kCommandCount,
+    return CLPSSendRequest(argc, argv, kvclp::g_commandTable.data(),
+                           static_cast<uint32_t>(kvclp::g_commandTable.size()),
                            &kvclp::g_tableState);
 }
 
@@ -35,7 +36,8 @@ void kvclp64_freeResponse(CLPSResponse* resp) {
 uint32_t kvclp64_getRequiredUserRights(uint32_t argc, const char** argv) {
     if (kvclp::g_attachFailed) return 0;
     ExportScope scope;
-    return CLPSGetRequiredUserRights(argc, argv, kvclp::g_commandTable.data(), kvclp::kCommandCount,
+    return CLPSGetRequiredUserRights(argc, argv, kvclp::g_commandTable.data(),
+                                     static_cast<uint32_t>(kvclp::g_commandTable.size()),
                                      &kvclp::g_tableState);
 }
 

@@ -1,17 +1,22 @@
 /* The storage plug-in's four entry points, as the host finds them by name in
- * libkvclp64.so. Everything else in the plug-in is hidden. */
+ * the plug-in library. Everything else in the plug-in is hidden. */
 #ifndef VK_CLP_KVCLP64_H
 #define VK_CLP_KVCLP64_H
 
 #include <stdint.h>
 
 #include "clps.h"
+#include "vk_export.h"
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-#define KVCLP64_EXPORT __attribute__((visibility("default")))
+#ifdef kvclp64_EXPORTS
+#define KVCLP64_EXPORT VK_DLL_EXPORT
+#else
+#define KVCLP64_EXPORT VK_DLL_IMPORT
+#endif
 
 /* The answer of the handler serving the command line, or null. The host
  * gives it back through kvclp64_freeResponse. */

@@ -2,18 +2,17 @@
 #ifndef VK_CLP_MODULE_H
 #define VK_CLP_MODULE_H
 
-#include <array>
 #include <cstdint>
+#include <span>
 
 #include "clps.h"
 #include "ocs.h"
 
 namespace kvclp {
 
-inline constexpr uint32_t kCommandCount = 39;
-
-// Sorted in place by the support library at load, read-only afterwards.
-extern std::array<CLPSCCDT, kCommandCount> g_commandTable;
+// The command descriptor table: sorted in place by the support library at
+// load, read-only afterwards.
+extern const std::span<CLPSCCDT> g_commandTable;
 // The support library's bookkeeping word for the table.
 extern uint32_t g_tableState;
 // Captured at load; made current around every exported call.

@@ -6,11 +6,14 @@
 // appends the Property pair the clear actions need.
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
 #include "callback_support.h"
 #include "clps.h"
+#include "command_tables.h"
+#include "config_tables.h"
 #include "handlers.h"
 #include "kvsup.h"
 #include "text.h"
@@ -40,48 +43,48 @@ constexpr uint32_t kDiskList = CLPS_VT_DISK_LIST;
 constexpr const char* kDiskForm = "5:31,1:4:31";
 
 // clang-format off
-constexpr std::array kADiskStandard = {  // L1
-    CLPSNVParamRow{"controller", "GlobalNo=", kNum,  CLPS_USE_REQUIRED, nullptr,   0},
-    CLPSNVParamRow{"adisk",      "adisk=",    kDisk, CLPS_USE_REQUIRED, kDiskForm, 0},
-};
-constexpr std::array kPDiskStandard = {  // L2
-    CLPSNVParamRow{"controller", "GlobalNo=", kNum,  CLPS_USE_REQUIRED, nullptr,   0},
-    CLPSNVParamRow{"pdisk",      "adisk=",    kDisk, CLPS_USE_REQUIRED, kDiskForm, 0},
-    CLPSNVParamRow{"Filename",   "FileName=", kText, CLPS_USE_OPTIONAL, nullptr,   0},
-};
-constexpr std::array kADiskHotSpare = {  // L3
-    CLPSNVParamRow{"controller", "GlobalNo=", kNum,  CLPS_USE_REQUIRED,    nullptr,   0},
-    CLPSNVParamRow{"adisk",      "adisk=",    kDisk, CLPS_USE_REQUIRED,    kDiskForm, 0},
-    CLPSNVParamRow{"assign",     "set=yes",   kText, CLPS_USE_REQ_KEYWORD, "yes",     0},
-    CLPSNVParamRow{"assign",     "set=no",    kText, CLPS_USE_REQ_KEYWORD, "no",      0},
-};
-constexpr std::array kPDiskHotSpare = {  // L4
-    CLPSNVParamRow{"controller", "GlobalNo=", kNum,  CLPS_USE_REQUIRED,    nullptr,   0},
-    CLPSNVParamRow{"pdisk",      "adisk=",    kDisk, CLPS_USE_REQUIRED,    kDiskForm, 0},
-    CLPSNVParamRow{"assign",     "set=yes",   kText, CLPS_USE_REQ_KEYWORD, "yes",     0},
-    CLPSNVParamRow{"assign",     "set=no",    kText, CLPS_USE_REQ_KEYWORD, "no",      0},
-};
-constexpr std::array kSecureErase = {  // L5
-    CLPSNVParamRow{"controller", "GlobalNo=", kNum,  CLPS_USE_REQUIRED, nullptr,   0},
-    CLPSNVParamRow{"pdisk",      "adisk=",    kDisk, CLPS_USE_REQUIRED, kDiskForm, 0},
-};
-constexpr std::array kConversion = {  // L6: conversion and device write cache
-    CLPSNVParamRow{"controller", "GlobalNo=", kNum,     CLPS_USE_REQUIRED, nullptr,   0},
-    CLPSNVParamRow{"pdisk",      "adisk=",    kDiskList, CLPS_USE_OPTIONAL, kDiskForm, 0},
-};
-constexpr std::array kDiskCache = {  // L7
-    CLPSNVParamRow{"controller", "GlobalNo=",              kNum,      CLPS_USE_REQUIRED,      nullptr,    0},
-    CLPSNVParamRow{"pdisk",      "adisk=",                 kDiskList, CLPS_USE_OPTIONAL,      kDiskForm,  0},
-    CLPSNVParamRow{"cache",      "diskwritecachepolicy=2", kText,     CLPS_USE_GROUP_KEYWORD, "enabled",  0},
-    CLPSNVParamRow{"cache",      "diskwritecachepolicy=4", kText,     CLPS_USE_GROUP_KEYWORD, "disabled", 0},
-    CLPSNVParamRow{"cache",      "diskwritecachepolicy=8", kText,     CLPS_USE_GROUP_KEYWORD, "default",  0},
-};
+constexpr auto kADiskStandard = std::to_array<CLPSNVParamRow>({  // L1
+    {"controller", "GlobalNo=", kNum,  CLPS_USE_REQUIRED, nullptr,   0},
+    {"adisk",      "adisk=",    kDisk, CLPS_USE_REQUIRED, kDiskForm, 0},
+});
+constexpr auto kPDiskStandard = std::to_array<CLPSNVParamRow>({  // L2
+    {"controller", "GlobalNo=", kNum,  CLPS_USE_REQUIRED, nullptr,   0},
+    {"pdisk",      "adisk=",    kDisk, CLPS_USE_REQUIRED, kDiskForm, 0},
+    {"Filename",   "FileName=", kText, CLPS_USE_OPTIONAL, nullptr,   0},
+});
+constexpr auto kADiskHotSpare = std::to_array<CLPSNVParamRow>({  // L3
+    {"controller", "GlobalNo=", kNum,  CLPS_USE_REQUIRED,    nullptr,   0},
+    {"adisk",      "adisk=",    kDisk, CLPS_USE_REQUIRED,    kDiskForm, 0},
+    {"assign",     "set=yes",   kText, CLPS_USE_REQ_KEYWORD, "yes",     0},
+    {"assign",     "set=no",    kText, CLPS_USE_REQ_KEYWORD, "no",      0},
+});
+constexpr auto kPDiskHotSpare = std::to_array<CLPSNVParamRow>({  // L4
+    {"controller", "GlobalNo=", kNum,  CLPS_USE_REQUIRED,    nullptr,   0},
+    {"pdisk",      "adisk=",    kDisk, CLPS_USE_REQUIRED,    kDiskForm, 0},
+    {"assign",     "set=yes",   kText, CLPS_USE_REQ_KEYWORD, "yes",     0},
+    {"assign",     "set=no",    kText, CLPS_USE_REQ_KEYWORD, "no",      0},
+});
+constexpr auto kSecureErase = std::to_array<CLPSNVParamRow>({  // L5
+    {"controller", "GlobalNo=", kNum,  CLPS_USE_REQUIRED, nullptr,   0},
+    {"pdisk",      "adisk=",    kDisk, CLPS_USE_REQUIRED, kDiskForm, 0},
+});
+constexpr auto kConversion = std::to_array<CLPSNVParamRow>({  // L6: conversion and device write cache
+    {"controller", "GlobalNo=", kNum,     CLPS_USE_REQUIRED, nullptr,   0},
+    {"pdisk",      "adisk=",    kDiskList, CLPS_USE_OPTIONAL, kDiskForm, 0},
+});
+constexpr auto kDiskCache = std::to_array<CLPSNVParamRow>({  // L7
+    {"controller", "GlobalNo=",              kNum,      CLPS_USE_REQUIRED,      nullptr,    0},
+    {"pdisk",      "adisk=",                 kDiskList, CLPS_USE_OPTIONAL,      kDiskForm,  0},
+    {"cache",      "diskwritecachepolicy=2", kText,     CLPS_USE_GROUP_KEYWORD, "enabled",  0},
+    {"cache",      "diskwritecachepolicy=4", kText,     CLPS_USE_GROUP_KEYWORD, "disabled", 0},
+    {"cache",      "diskwritecachepolicy=8", kText,     CLPS_USE_GROUP_KEYWORD, "default",  0},
+});
 // clang-format on
 
-using config::Action;
+using kvclp::Action;
 
 // clang-format off
-constexpr std::array kADiskTable = {
+constexpr auto kADiskTable = std::to_array<CLPSNVActionRow>({
     Action("blink",                   "vkacmd=setArrayDiskBlink",              kADiskStandard),
     Action("unblink",                 "vkacmd=setArrayDiskUnBlink",            kADiskStandard),
     Action("remove",                  "vkacmd=setArrayDiskPrepareToRemove",    kADiskStandard),
@@ -100,8 +103,8 @@ constexpr std::array kADiskTable = {
     Action("enabledevicewritecache",  "vkacmd=enableArrayDiskWriteCache",      kConversion),
     Action("disabledevicewritecache", "vkacmd=disableArrayDiskWriteCache",     kConversion),
     Action("exportlog",               "vkacmd=exportDiskReliabilityLog",       kADiskStandard),
-};
-constexpr std::array kPDiskTable = {
+});
+constexpr auto kPDiskTable = std::to_array<CLPSNVActionRow>({
     Action("blink",                   "vkacmd=setArrayDiskBlink",              kPDiskStandard),
     Action("unblink",                 "vkacmd=setArrayDiskUnBlink",            kPDiskStandard),
     Action("remove",                  "vkacmd=setArrayDiskPrepareToRemove",    kPDiskStandard),
@@ -123,23 +126,23 @@ constexpr std::array kPDiskTable = {
     Action("disabledevicewritecache", "vkacmd=disableArrayDiskWriteCache",     kConversion),
     Action("exportlog",               "vkacmd=exportDiskReliabilityLog",       kPDiskStandard),
     Action("setarraydiskcache",       "vkacmd=setarraydiskcache",              kDiskCache),
-};
-static_assert(kADiskTable.size() == 18 && kPDiskTable.size() == 21);
+});
 
 // Device names a file may not be called, and the beginnings that refuse a
 // name. The second list pairs with the first pass by pass; "NULL." and
 // "COM0." stand joined as one entry and its last entry is "CON", so any name
 // beginning with "con" is refused while NULL.x and COM0.x pass.
-constexpr std::array<std::string_view, 25> kReservedNames = {
+constexpr auto kReservedNames = std::to_array<std::string_view>({
     "CON",  "PRN",  "AUX",  "NUL",  "NULL", "COM0", "COM1", "COM2", "COM3",
     "COM4", "COM5", "COM6", "COM7", "COM8", "COM9", "LPT0", "LPT1", "LPT2",
     "LPT3", "LPT4", "LPT5", "LPT6", "LPT7", "LPT8", "LPT9",
-};
-constexpr std::array<std::string_view, 25> kReservedPrefixes = {
+});
+constexpr auto kReservedPrefixes = std::to_array<std::string_view>({
     "CON.",  "PRN.",  "AUX.",  "NUL.",  "NULL.COM0.", "COM1.", "COM2.", "COM3.", "COM4.",
     "COM5.", "COM6.", "COM7.", "COM8.", "COM9.",      "LPT0.", "LPT1.", "LPT2.", "LPT3.",
     "LPT4.", "LPT5.", "LPT6.", "LPT7.", "LPT8.", "LPT9.", "CON",
-};
+});
+static_assert(kReservedNames.size() == kReservedPrefixes.size(), "the lists pair pass by pass");
 constexpr std::string_view kForbiddenFileChars = "\"*/<>?\\|";
 // clang-format on
 
@@ -213,15 +216,9 @@ int32_t CmdConfigArrayDisksValidateFunc([[maybe_unused]] void* reserved0,
     const char* controller = call.User("controller");
     const char* diskText = disk != nullptr ? disk : "";
 
+    // Any failure of the controller, a busy one included, is 1600.
     std::array<char, config::kControllerListSize> controllers{};
-    const int32_t controllerStatus =
-        IsUserControllerIdValidWithSize(controller, controllers.data(), controllers.size());
-    if (controllerStatus == kvsup::status::kAutoConfigBusy) {
-        // The controller exists but takes no commands now: naming it unknown
-        // would mislead.
-        return Refuse(call, kvsup::status::kAutoConfigBusy, controller, "");
-    }
-    if (controllerStatus != 0)
+    if (IsUserControllerIdValidWithSize(controller, controllers.data(), controllers.size()) != 0)
         return Refuse(call, config::kInvalidController, controller != nullptr ? controller : "",
                       controllers.data());
 
@@ -300,16 +297,22 @@ int32_t CmdConfigArrayDisksValidateFunc([[maybe_unused]] void* reserved0,
     return config::kSend;
 }
 
-template <std::size_t N>
 CLPSResponse* RunConfig(uint32_t argc, const char** argv, uint32_t usageMsg, uint32_t secondMsg,
-                        const std::array<CLPSNVActionRow, N>& table) {
+                        std::span<const CLPSNVActionRow> table) {
     LogCLIArgs(argv, argc);
     return CLPSNVCmdConfigFunc(argc, argv, usageMsg, secondMsg, table.data(),
-                               static_cast<uint32_t>(N), "kvclp.xsl",
+                               static_cast<uint32_t>(table.size()), "kvclp.xsl",
                                CmdConfigArrayDisksValidateFunc);
 }
 
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkconfig storage adisk", "", kADiskTable},
+    {"vkconfig storage pdisk", "", kPDiskTable},
+});
+
 }  // namespace
+
+const std::span<const kvclp::TableRef> config::kArrayDiskTables = kTables;
 
 CLPSResponse* ConfigArrayDisk(uint32_t argc, const char** argv) {
     return RunConfig(argc, argv, 6991, 6992, kADiskTable);

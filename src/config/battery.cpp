@@ -7,12 +7,16 @@
 
 #include "callback_support.h"
 #include "clps.h"
+#include "command_tables.h"
+#include "config_tables.h"
 #include "da.h"
 #include "handlers.h"
 #include "kvsup.h"
 #include "trace.h"
 
 namespace {
+
+using kvclp::Action;
 
 constexpr int32_t kInvalidBattery = 1620;
 constexpr int32_t kDelayTooLong = 1662;
@@ -25,23 +29,23 @@ constexpr uint32_t kRequired = CLPS_USE_REQUIRED;
 constexpr uint32_t kGroup = CLPS_USE_GROUP;
 
 // clang-format off
-constexpr std::array<CLPSNVParamRow, 2> kBatteryParams = {{
+constexpr auto kBatteryParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",  kNum, kRequired, nullptr, 0},
     {"battery",    "BatteryID=", kNum, kRequired, nullptr, 0},
-}};
+});
 // The largest days and hours are the row's match values.
-constexpr std::array<CLPSNVParamRow, 4> kDelayLearnParams = {{
+constexpr auto kDelayLearnParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",  kNum, kRequired, nullptr, 0},
     {"battery",    "BatteryID=", kNum, kRequired, nullptr, 0},
     {"days",       "Days=",      kNum, kGroup,    "7",     0},
     {"hours",      "Hours=",     kNum, kGroup,    "23",    0},
-}};
+});
 
-constexpr std::array<CLPSNVActionRow, 3> kBatteryTable = {{
-    {1, "action", "vkacmd=setBatteryRecondition", "recondition", nullptr, "kvda", kBatteryParams.data(),    kBatteryParams.size(),    nullptr, 0},
-    {1, "action", "vkacmd=setBatteryStartLearn",  "startlearn",  nullptr, "kvda", kBatteryParams.data(),    kBatteryParams.size(),    nullptr, 0},
-    {1, "action", "vkacmd=setBatteryDelayLearn",  "delaylearn",  nullptr, "kvda", kDelayLearnParams.data(), kDelayLearnParams.size(), nullptr, 0},
-}};
+constexpr auto kBatteryTable = std::to_array<CLPSNVActionRow>({
+    Action("recondition", "vkacmd=setBatteryRecondition", kBatteryParams),
+    Action("startlearn",  "vkacmd=setBatteryStartLearn",  kBatteryParams),
+    Action("delaylearn",  "vkacmd=setBatteryDelayLearn",  kDelayLearnParams),
+});
 // clang-format on
 
 // The delay the user asked for, in the words of the refusal.
@@ -109,7 +113,13 @@ int32_t CmdConfigBatteryValidateFunc(void*, void*, uint32_t userCount, const cha
     return config::kSend;
 }
 
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkconfig storage battery", "", kBatteryTable},
+});
+
 }  // namespace
+
+const std::span<const kvclp::TableRef> config::kBatteryTables = kTables;
 
 CLPSResponse* ConfigBattery(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);

@@ -9,12 +9,16 @@
 
 #include "callback_support.h"
 #include "clps.h"
+#include "command_tables.h"
+#include "config_tables.h"
 #include "da.h"
 #include "handlers.h"
 #include "kvsup.h"
 #include "trace.h"
 
 namespace {
+
+using kvclp::Action;
 
 // clang-format off
 constexpr int32_t kBadDisk         = 1602;
@@ -40,17 +44,17 @@ constexpr uint32_t kOptKeyword = CLPS_USE_OPT_KEYWORD;
 constexpr const char* kDiskForm = "5:31,1:4:31";
 
 // clang-format off
-constexpr std::array<CLPSNVParamRow, 2> kCachecadeParams = {{
+constexpr auto kCachecadeParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",        kNum, kRequired, nullptr, 0},
     {"cachecade",  "LogicalDriveNum=", kNum, kRequired, nullptr, 0},
-}};
-constexpr std::array<CLPSNVParamRow, 3> kDeleteParams = {{
+});
+constexpr auto kDeleteParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",        kNum,  kRequired,   nullptr, 0},
     {"cachecade",  "LogicalDriveNum=", kNum,  kRequired,   nullptr, 0},
     {"force",      "Force=yes",        kText, kOptKeyword, "yes",   0},
-}};
+});
 // Stripe sizes count 512-byte sectors: 2 KB is 4.
-constexpr std::array<CLPSNVParamRow, 18> kResizeParams = {{
+constexpr auto kResizeParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",        kNum,      kRequired,   nullptr,   0},
     {"cachecade",  "LogicalDriveNum=", kNum,      kRequired,   nullptr,   0},
     {"stripesize", "StripeSize=4",     kText,     kOptKeyword, "2kb",     0},
@@ -69,20 +73,20 @@ constexpr std::array<CLPSNVParamRow, 18> kResizeParams = {{
     {"stripesize", "StripeSize=32768", kText,     kOptKeyword, "16mb",    0},
     {"pdisk",      "adisk=",           kDiskList, kOptional,   kDiskForm, 0},
     {"adisk",      "adisk=",           kDiskList, kOptional,   kDiskForm, 0},
-}};
-constexpr std::array<CLPSNVParamRow, 3> kRenameParams = {{
+});
+constexpr auto kRenameParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",        kNum,  kRequired, nullptr, 0},
     {"cachecade",  "LogicalDriveNum=", kNum,  kRequired, nullptr, 0},
     {"name",       "Name=",            kText, kRequired, nullptr, 0},
-}};
+});
 
-constexpr std::array<CLPSNVActionRow, 5> kCachecadeTable = {{
-    {1, "action", "vkacmd=setVDBlink",       "blink",           nullptr, "kvda", kCachecadeParams.data(), kCachecadeParams.size(), nullptr, 0},
-    {1, "action", "vkacmd=setVDUnBlink",     "unblink",         nullptr, "kvda", kCachecadeParams.data(), kCachecadeParams.size(), nullptr, 0},
-    {1, "action", "vkacmd=setVDdelete",      "deletecachecade", nullptr, "kvda", kDeleteParams.data(),    kDeleteParams.size(),    nullptr, 0},
-    {1, "action", "vkacmd=setVDReconfigure", "resize",          nullptr, "kvda", kResizeParams.data(),    kResizeParams.size(),    nullptr, 0},
-    {1, "action", "vkacmd=setVDReconfigure", "rename",          nullptr, "kvda", kRenameParams.data(),    kRenameParams.size(),    nullptr, 0},
-}};
+constexpr auto kCachecadeTable = std::to_array<CLPSNVActionRow>({
+    Action("blink",           "vkacmd=setVDBlink",       kCachecadeParams),
+    Action("unblink",         "vkacmd=setVDUnBlink",     kCachecadeParams),
+    Action("deletecachecade", "vkacmd=setVDdelete",      kDeleteParams),
+    Action("resize",          "vkacmd=setVDReconfigure", kResizeParams),
+    Action("rename",          "vkacmd=setVDReconfigure", kRenameParams),
+});
 // clang-format on
 
 bool Is(const char* action, const char* keyword) {
@@ -149,6 +153,9 @@ int32_t CmdConfigCachecadeValidateFunc(void*, void*, uint32_t userCount, const c
     const char* action = call.User("action");
     const char* controller = call.User("controller");
     const char* cachecade = call.User("cachecade");
+    // A cachecade is a virtual disk: its controller is refused as the
+    // virtual-disk command refuses it, any failure (a busy controller
+    // included) as 1600 with the valid controllers.
     if (int32_t refused = config::CheckControllerWithSize(call, controller)) return refused;
     if (int32_t refused = CheckCachecade(call, controller, cachecade)) return refused;
 
@@ -167,7 +174,13 @@ int32_t CmdConfigCachecadeValidateFunc(void*, void*, uint32_t userCount, const c
     return config::kSend;
 }
 
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkconfig storage cachecade", "", kCachecadeTable},
+});
+
 }  // namespace
+
+const std::span<const kvclp::TableRef> config::kCachecadeTables = kTables;
 
 CLPSResponse* ConfigCachecade(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);

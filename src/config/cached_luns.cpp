@@ -5,6 +5,8 @@
 
 #include "callback_support.h"
 #include "clps.h"
+#include "command_tables.h"
+#include "config_tables.h"
 #include "da.h"
 #include "handlers.h"
 #include "kvsup.h"
@@ -12,17 +14,19 @@
 
 namespace {
 
+using kvclp::Action;
+
 constexpr int32_t kInvalidCachedLun = 1759;
 constexpr const char* kNoCachedLuns = "None - There are no cached LUNs.";
 
 // clang-format off
-constexpr std::array<CLPSNVParamRow, 2> kDisableParams = {{
+constexpr auto kDisableParams = std::to_array<CLPSNVParamRow>({
     {"tarncachedisk", "Name=",                 CLPS_VT_TEXT, CLPS_USE_REQUIRED,   nullptr,          0},
     {nullptr,         "TarnCacheDiskMethod=",  CLPS_VT_TEXT, CLPS_USE_FIXED_PAIR, "DisableDiscard", 0},
-}};
-constexpr std::array<CLPSNVActionRow, 1> kCachedLunTable = {{
-    {1, "action", "vkacmd=setTarnCacheDiskOperation", "disablewithdiscard", nullptr, "kvda", kDisableParams.data(), kDisableParams.size(), nullptr, 0},
-}};
+});
+constexpr auto kCachedLunTable = std::to_array<CLPSNVActionRow>({
+    Action("disablewithdiscard", "vkacmd=setTarnCacheDiskOperation", kDisableParams),
+});
 // clang-format on
 
 // The names of every cached LUN, for the refusal of an unknown one.
@@ -63,7 +67,13 @@ int32_t CmdConfigCachedlunsValidateFunc(void*, void*, uint32_t userCount, const 
     return config::kSend;
 }
 
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkconfig storage tarncachedisk", "", kCachedLunTable},
+});
+
 }  // namespace
+
+const std::span<const kvclp::TableRef> config::kCachedLunTables = kTables;
 
 CLPSResponse* ConfigTarnCacheDisk(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);

@@ -22,14 +22,6 @@ inline constexpr int32_t kCannotRead = 1655;
 // Size of the bounded valid-controller list.
 inline constexpr uint32_t kControllerListSize = 256;
 
-// A table row chosen by "action=<keyword>" that sends request, with the pairs
-// of params, to the data agent.
-template <std::size_t N>
-constexpr CLPSNVActionRow Action(const char* keyword, const char* request,
-                                 const std::array<CLPSNVParamRow, N>& params) {
-    return {1, "action", request, keyword, nullptr, "kvda", params.data(), N, nullptr, 0};
-}
-
 // One callback call: the user's words, the data-manager list (which the
 // callback may extend) and the two error texts.
 class CallbackCall {
@@ -77,11 +69,14 @@ class CallbackCall {
     char* err2_;
 };
 
-// 0 when controller is null or names a controller the agent lists (bounded
-// list of kControllerListSize bytes); 1774 when it is busy with automatic
-// configuration; otherwise 1600 with the controller and the valid ones.
+// 0 when controller is null or names a controller the agent lists and that
+// is not busy with automatic configuration (bounded list of
+// kControllerListSize bytes); otherwise 1600 with the controller and the
+// valid ones.
 int32_t CheckControllerWithSize(const CallbackCall& call, const char* controller);
-// The same with the whole controller list.
+// The same with the whole controller list. This lookup only asks whether
+// the controller exists, so a controller busy with automatic configuration
+// passes it.
 int32_t CheckController(const CallbackCall& call, const char* controller);
 // The two capability bits of an action: 1614 when it is not supported, 1615
 // when it is not possible now (first text the action), else 0.

@@ -4,6 +4,8 @@
 
 #include "callback_support.h"
 #include "clps.h"
+#include "command_tables.h"
+#include "config_tables.h"
 #include "da.h"
 #include "handlers.h"
 #include "kvsup.h"
@@ -11,16 +13,21 @@
 
 namespace {
 
+using kvclp::Action;
+
+// The valid text when the controller has none.
+constexpr const char* kNoConnectors = "None - There are no connectors on this controller.";
+
 constexpr int32_t kInvalidConnector = 1601;
 
 // clang-format off
-constexpr std::array<CLPSNVParamRow, 2> kRescanParams = {{
+constexpr auto kRescanParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", CLPS_VT_UINT,       CLPS_USE_REQUIRED, nullptr, 0},
     {"connector",  "Channel=",  CLPS_VT_SMALL_UINT, CLPS_USE_REQUIRED, nullptr, 0},
-}};
-constexpr std::array<CLPSNVActionRow, 1> kConnectorTable = {{
-    {1, "action", "vkacmd=setChnlRescan", "rescan", nullptr, "kvda", kRescanParams.data(), kRescanParams.size(), nullptr, 0},
-}};
+});
+constexpr auto kConnectorTable = std::to_array<CLPSNVActionRow>({
+    Action("rescan", "vkacmd=setChnlRescan", kRescanParams),
+});
 // clang-format on
 
 int32_t CmdConfigConnectorValidateFunc(void*, void*, uint32_t userCount, const char** userWords,
@@ -35,7 +42,7 @@ int32_t CmdConfigConnectorValidateFunc(void*, void*, uint32_t userCount, const c
     if (connector != nullptr) {
         std::string valid;
         if (IsUserChannelIdValid(connector, controller, valid) != 0)
-            return call.Refuse(kInvalidConnector, connector, valid);
+            return call.Refuse(kInvalidConnector, connector, valid.empty() ? kNoConnectors : valid);
     }
     uint32_t supported = 0;
     uint32_t current = 0;
@@ -44,7 +51,13 @@ int32_t CmdConfigConnectorValidateFunc(void*, void*, uint32_t userCount, const c
     return config::kSend;
 }
 
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkconfig storage connector", "", kConnectorTable},
+});
+
 }  // namespace
+
+const std::span<const kvclp::TableRef> config::kConnectorTables = kTables;
 
 CLPSResponse* ConfigConnector(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);

@@ -10,6 +10,8 @@
 
 #include "callback_support.h"
 #include "clps.h"
+#include "command_tables.h"
+#include "config_tables.h"
 #include "controller_internal.h"
 #include "da.h"
 #include "handlers.h"
@@ -19,6 +21,9 @@
 namespace config::controller {
 
 namespace {
+
+using kvclp::Action;
+using kvclp::Join;
 
 // clang-format off
 constexpr int32_t kBadDisk              = 1602;
@@ -92,72 +97,40 @@ constexpr uint32_t kReqKw  = CLPS_USE_REQ_KEYWORD;
 constexpr const char* kDiskForm = "5:31,1:4:31";
 
 // ---- parameter tables ------------------------------------------------------------
-constexpr std::array<CLPSNVParamRow, 1> kControllerOnly = {{
+constexpr auto kControllerOnly = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum, kReq, nullptr, 0},
-}};
-constexpr std::array<CLPSNVParamRow, 2> kForce = {{
+});
+constexpr auto kForce = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum,  kReq,   nullptr, 0},
     {"force",      "Force=yes", kText, kOptKw, "yes",   0},
-}};
-constexpr std::array<CLPSNVParamRow, 2> kRebuildRate = {{
+});
+constexpr auto kRebuildRate = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",    kNum,  kReq, nullptr, 0},
     {"rate",       "RebuildRate=", kRate, kReq, nullptr, 0},
-}};
-constexpr std::array<CLPSNVParamRow, 2> kRateParams = {{
+});
+constexpr auto kRateParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum,  kReq, nullptr, 0},
     {"rate",       "Rate=",     kRate, kReq, nullptr, 0},
-}};
-constexpr std::array<CLPSNVParamRow, 4> kPatrolReadMode = {{
+});
+constexpr auto kPatrolReadMode = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",        kNum,  kReq,   nullptr,   0},
     {"mode",       "PatrolReadMode=1", kText, kReqKw, "auto",    0},
     {"mode",       "PatrolReadMode=2", kText, kReqKw, "manual",  0},
     {"mode",       "PatrolReadMode=4", kText, kReqKw, "disable", 0},
-}};
-constexpr std::array<CLPSNVParamRow, 3> kControllerMode = {{
+});
+constexpr auto kControllerMode = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",        kNum,  kReq,   nullptr, 0},
     {"mode",       "ControllerMode=1", kText, kReqKw, "raid",  0},
     {"mode",       "ControllerMode=2", kText, kReqKw, "hba",   0},
-}};
-// The keyword rows of virtual-disk and cachecade creation, shared by both.
-#define VK_CREATE_DISKS                                                            \
-    {"controller",      "GlobalNo=",          kNum,   kReq,   nullptr,   0},        \
-    {"adisk",           "adisk=",             kDisks, kOpt,   kDiskForm, 0},        \
-    {"pdisk",           "adisk=",             kDisks, kOpt,   kDiskForm, 0}
-#define VK_CREATE_POLICIES                                                         \
-    {"name",            "Name=",              kText,  kOpt,   nullptr,   0},        \
-    {"stripesize",      "StripeSize=4",       kText,  kOptKw, "2kb",     0},        \
-    {"stripesize",      "StripeSize=8",       kText,  kOptKw, "4kb",     0},        \
-    {"stripesize",      "StripeSize=16",      kText,  kOptKw, "8kb",     0},        \
-    {"stripesize",      "StripeSize=32",      kText,  kOptKw, "16kb",    0},        \
-    {"stripesize",      "StripeSize=64",      kText,  kOptKw, "32kb",    0},        \
-    {"stripesize",      "StripeSize=128",     kText,  kOptKw, "64kb",    0},        \
-    {"stripesize",      "StripeSize=256",     kText,  kOptKw, "128kb",   0},        \
-    {"stripesize",      "StripeSize=512",     kText,  kOptKw, "256kb",   0},        \
-    {"stripesize",      "StripeSize=1024",    kText,  kOptKw, "512kb",   0},        \
-    {"stripesize",      "StripeSize=2048",    kText,  kOptKw, "1mb",     0},        \
-    {"stripesize",      "StripeSize=4096",    kText,  kOptKw, "2mb",     0},        \
-    {"stripesize",      "StripeSize=8192",    kText,  kOptKw, "4mb",     0},        \
-    {"stripesize",      "StripeSize=16384",   kText,  kOptKw, "8mb",     0},        \
-    {"stripesize",      "StripeSize=32768",   kText,  kOptKw, "16mb",    0},        \
-    {"readpolicy",      "ReadPolicy=1",       kText,  kOptKw, "rc",      0},        \
-    {"readpolicy",      "ReadPolicy=2",       kText,  kOptKw, "nrc",     0},        \
-    {"readpolicy",      "ReadPolicy=4",       kText,  kOptKw, "ra",      0},        \
-    {"readpolicy",      "ReadPolicy=8",       kText,  kOptKw, "ara",     0},        \
-    {"readpolicy",      "ReadPolicy=16",      kText,  kOptKw, "nra",     0},        \
-    {"writepolicy",     "WritePolicy=1",      kText,  kOptKw, "wc",      0},        \
-    {"writepolicy",     "WritePolicy=2",      kText,  kOptKw, "nwc",     0},        \
-    {"writepolicy",     "WritePolicy=4",      kText,  kOptKw, "wb",      0},        \
-    {"writepolicy",     "WritePolicy=8",      kText,  kOptKw, "wt",      0},        \
-    {"writepolicy",     "WritePolicy=32",     kText,  kOptKw, "fwb",     0},        \
-    {"cachepolicy",     "CachePolicy=1",      kText,  kOptKw, "d",       0},        \
-    {"cachepolicy",     "CachePolicy=2",      kText,  kOptKw, "c",       0},        \
-    {"spanlength",      "SpanLength=",        kNum,   kOpt,   nullptr,   0},        \
-    {"diskcachepolicy", "DiskCachePolicy=1",  kText,  kOptKw, "unchanged", 0},      \
-    {"diskcachepolicy", "DiskCachePolicy=2",  kText,  kOptKw, "enabled", 0},        \
-    {"diskcachepolicy", "DiskCachePolicy=4",  kText,  kOptKw, "disabled", 0},       \
-    {"SecureFlag",      "SecureFlag=",        kText,  kOpt,   nullptr,   0}
-constexpr std::array<CLPSNVParamRow, 44> kCreateVd = {{
-    VK_CREATE_DISKS,
+});
+// The rows of virtual-disk and cachecade creation: the disks, the layout
+// and size (virtual disks only), the policies, and protection information.
+constexpr auto kCreateDisks = std::to_array<CLPSNVParamRow>({
+    {"controller",      "GlobalNo=",          kNum,   kReq,   nullptr,   0},
+    {"adisk",           "adisk=",             kDisks, kOpt,   kDiskForm, 0},
+    {"pdisk",           "adisk=",             kDisks, kOpt,   kDiskForm, 0},
+});
+constexpr auto kCreateLayout = std::to_array<CLPSNVParamRow>({
     {"size",            "Length=",            kText,  kReq,   nullptr,   0},
     {"raid",            "Layout=2",           kText,  kReqKw, "r0",      0},
     {"raid",            "Layout=4",           kText,  kReqKw, "r1",      0},
@@ -166,16 +139,47 @@ constexpr std::array<CLPSNVParamRow, 44> kCreateVd = {{
     {"raid",            "Layout=512",         kText,  kReqKw, "r10",     0},
     {"raid",            "Layout=2048",        kText,  kReqKw, "r50",     0},
     {"raid",            "Layout=262144",      kText,  kReqKw, "r60",     0},
-    VK_CREATE_POLICIES,
+});
+constexpr auto kCreatePolicies = std::to_array<CLPSNVParamRow>({
+    {"name",            "Name=",              kText,  kOpt,   nullptr,   0},
+    {"stripesize",      "StripeSize=4",       kText,  kOptKw, "2kb",     0},
+    {"stripesize",      "StripeSize=8",       kText,  kOptKw, "4kb",     0},
+    {"stripesize",      "StripeSize=16",      kText,  kOptKw, "8kb",     0},
+    {"stripesize",      "StripeSize=32",      kText,  kOptKw, "16kb",    0},
+    {"stripesize",      "StripeSize=64",      kText,  kOptKw, "32kb",    0},
+    {"stripesize",      "StripeSize=128",     kText,  kOptKw, "64kb",    0},
+    {"stripesize",      "StripeSize=256",     kText,  kOptKw, "128kb",   0},
+    {"stripesize",      "StripeSize=512",     kText,  kOptKw, "256kb",   0},
+    {"stripesize",      "StripeSize=1024",    kText,  kOptKw, "512kb",   0},
+    {"stripesize",      "StripeSize=2048",    kText,  kOptKw, "1mb",     0},
+    {"stripesize",      "StripeSize=4096",    kText,  kOptKw, "2mb",     0},
+    {"stripesize",      "StripeSize=8192",    kText,  kOptKw, "4mb",     0},
+    {"stripesize",      "StripeSize=16384",   kText,  kOptKw, "8mb",     0},
+    {"stripesize",      "StripeSize=32768",   kText,  kOptKw, "16mb",    0},
+    {"readpolicy",      "ReadPolicy=1",       kText,  kOptKw, "rc",      0},
+    {"readpolicy",      "ReadPolicy=2",       kText,  kOptKw, "nrc",     0},
+    {"readpolicy",      "ReadPolicy=4",       kText,  kOptKw, "ra",      0},
+    {"readpolicy",      "ReadPolicy=8",       kText,  kOptKw, "ara",     0},
+    {"readpolicy",      "ReadPolicy=16",      kText,  kOptKw, "nra",     0},
+    {"writepolicy",     "WritePolicy=1",      kText,  kOptKw, "wc",      0},
+    {"writepolicy",     "WritePolicy=2",      kText,  kOptKw, "nwc",     0},
+    {"writepolicy",     "WritePolicy=4",      kText,  kOptKw, "wb",      0},
+    {"writepolicy",     "WritePolicy=8",      kText,  kOptKw, "wt",      0},
+    {"writepolicy",     "WritePolicy=32",     kText,  kOptKw, "fwb",     0},
+    {"cachepolicy",     "CachePolicy=1",      kText,  kOptKw, "d",       0},
+    {"cachepolicy",     "CachePolicy=2",      kText,  kOptKw, "c",       0},
+    {"spanlength",      "SpanLength=",        kNum,   kOpt,   nullptr,   0},
+    {"diskcachepolicy", "DiskCachePolicy=1",  kText,  kOptKw, "unchanged", 0},
+    {"diskcachepolicy", "DiskCachePolicy=2",  kText,  kOptKw, "enabled", 0},
+    {"diskcachepolicy", "DiskCachePolicy=4",  kText,  kOptKw, "disabled", 0},
+    {"SecureFlag",      "SecureFlag=",        kText,  kOpt,   nullptr,   0},
+});
+constexpr auto kCreatePI = std::to_array<CLPSNVParamRow>({
     {"VdPIEnabled",     "VdPIEnabled=",       kText,  kOpt,   nullptr,   0},
-}};
-constexpr std::array<CLPSNVParamRow, 35> kCreateCachecade = {{
-    VK_CREATE_DISKS,
-    VK_CREATE_POLICIES,
-}};
-#undef VK_CREATE_DISKS
-#undef VK_CREATE_POLICIES
-constexpr std::array<CLPSNVParamRow, 19> kProperties = {{
+});
+constexpr auto kCreateVd = Join(kCreateDisks, kCreateLayout, kCreatePolicies, kCreatePI);
+constexpr auto kCreateCachecade = Join(kCreateDisks, kCreatePolicies);
+constexpr auto kProperties = std::to_array<CLPSNVParamRow>({
     {"controller",                              "GlobalNo=",                         kNum,  kReq,  nullptr,    0},
     {"AbortCheckConsistencyOnError",            "AbortCheckConsistencyOnError=1",    kText, kGrpKw, "enabled",  0},
     {"AbortCheckConsistencyOnError",            "AbortCheckConsistencyOnError=2",    kText, kGrpKw, "disabled", 0},
@@ -195,28 +199,28 @@ constexpr std::array<CLPSNVParamRow, 19> kProperties = {{
     {"nrdiskcachepolicy",                       "DiskWriteCache=0",                  kText, kGrpKw, "unchanged", 0},
     {"nrdiskcachepolicy",                       "DiskWriteCache=1",                  kText, kGrpKw, "enabled",  0},
     {"nrdiskcachepolicy",                       "DiskWriteCache=2",                  kText, kGrpKw, "disabled", 0},
-}};
-constexpr std::array<CLPSNVParamRow, 3> kDiscardCache = {{
+});
+constexpr auto kDiscardCache = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",                 kNum,  kReq,   nullptr,    0},
     {"force",      "forcepinnedcachediscard=1", kText, kReqKw, "enabled",  0},
     {"force",      "forcepinnedcachediscard=2", kText, kReqKw, "disabled", 0},
-}};
-constexpr std::array<CLPSNVParamRow, 5> kSecurityKey = {{
+});
+constexpr auto kSecurityKey = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",   kNum,  kReq, nullptr, 0},
     {"keyid",      "keyid=",      kText, kReq, nullptr, 0},
     {"passphrase", "Passphrase=", kText, kReq, nullptr, 0},
     {"escrow",     "escrow=",     kText, kOpt, nullptr, 0},
     {"filepath",   "filepath=",   kText, kOpt, nullptr, 0},
-}};
-constexpr std::array<CLPSNVParamRow, 6> kSecurityKeyChange = {{
+});
+constexpr auto kSecurityKeyChange = std::to_array<CLPSNVParamRow>({
     {"controller",    "GlobalNo=",      kNum,  kReq, nullptr, 0},
     {"keyid",         "keyid=",         kText, kReq, nullptr, 0},
     {"passphrase",    "Passphrase=",    kText, kReq, nullptr, 0},
     {"oldpassphrase", "OldPassphrase=", kText, kReq, nullptr, 0},
     {"escrow",        "escrow=",        kText, kOpt, nullptr, 0},
     {"filepath",      "filepath=",      kText, kOpt, nullptr, 0},
-}};
-constexpr std::array<CLPSNVParamRow, 7> kDriveCache = {{
+});
+constexpr auto kDriveCache = std::to_array<CLPSNVParamRow>({
     {"controller",  "GlobalNo=",      kNum,  kReq,   nullptr,   0},
     {"protocol",    "BusProtocol=8",  kText, kGrpKw, "sas",     0},
     {"protocol",    "BusProtocol=7",  kText, kGrpKw, "sata",    0},
@@ -224,17 +228,17 @@ constexpr std::array<CLPSNVParamRow, 7> kDriveCache = {{
     {"readpolicy",  "Command=93",     kText, kGrpKw, "disable", 0},
     {"writepolicy", "Command=90",     kText, kGrpKw, "enable",  0},
     {"writepolicy", "Command=91",     kText, kGrpKw, "disable", 0},
-}};
-constexpr std::array<CLPSNVParamRow, 2> kPassphrase = {{
+});
+constexpr auto kPassphrase = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",   kNum,  kReq, nullptr, 0},
     {"passphrase", "Passphrase=", kText, kReq, nullptr, 0},
-}};
-constexpr std::array<CLPSNVParamRow, 3> kDebug = {{
+});
+constexpr auto kDebug = std::to_array<CLPSNVParamRow>({
     {"controller",   "GlobalNo=",     kNum,  kReq, nullptr, 0},
     {"NumQXSIFArgs", "NumQXSIFArgs=", kNum,  kFix, "1",     0},
     {"param0",       "param0=",       kText, kFix, "debug", 0},
-}};
-constexpr std::array<CLPSNVParamRow, 12> kPower = {{
+});
+constexpr auto kPower = std::to_array<CLPSNVParamRow>({
     {"controller",                 "GlobalNo=",                 kNum,  kReq,   nullptr,    0},
     {"spindownconfigureddrives",   "SpinDownConfiguredDrive=1", kText, kGrpKw, "enabled",  0},
     {"spindownconfigureddrives",   "SpinDownConfiguredDrive=2", kText, kGrpKw, "disabled", 0},
@@ -247,76 +251,72 @@ constexpr std::array<CLPSNVParamRow, 12> kPower = {{
     {"spindowntimeinterval",       "SpinDownTime=",             kText, kGrp,   nullptr,    0},
     {"spinupstarttime",            "DisableLDPSTime=",          kText, kGrp,   nullptr,    0},
     {"spinuptimeinterval",         "DisableLDPSInterval=",      kText, kGrp,   nullptr,    0},
-}};
-constexpr std::array<CLPSNVParamRow, 2> kLkmPassphrase = {{
+});
+constexpr auto kLkmPassphrase = std::to_array<CLPSNVParamRow>({
     {"controller",    "GlobalNo=",      kNum,  kReq, nullptr, 0},
     {"lkmpassphrase", "OldPassphrase=", kText, kReq, nullptr, 0},
-}};
-constexpr std::array<CLPSNVParamRow, 3> kConvert = {{
+});
+constexpr auto kConvert = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum,   kReq, nullptr,   0},
     {"adisk",      "adisk=",    kDisks, kOpt, kDiskForm, 0},
     {"pdisk",      "adisk=",    kDisks, kOpt, kDiskForm, 0},
-}};
+});
 
-#define VK_ROW(action, request, params, flags) \
-    CLPSNVActionRow{1, "action", request, action, nullptr, "kvda", params.data(), params.size(), nullptr, flags}
-
-constexpr std::array<CLPSNVActionRow, 39> kControllerTable = {{
-    VK_ROW("rescan",                        "vkacmd=setCntrlRescan",                     kForce,              0),
-    VK_ROW("resetconfig",                   "vkacmd=setCntrlResetConfig",                kForce,              0),
-    VK_ROW("enablealarm",                   "vkacmd=setCntrlEnableAlarm",                kForce,              0),
-    VK_ROW("disablealarm",                  "vkacmd=setCntrlDisableAlarm",               kForce,              0),
-    VK_ROW("quietalarm",                    "vkacmd=setCntrlQuietAlarm",                 kForce,              0),
-    VK_ROW("testalarm",                     "vkacmd=setCntrlTestAlarm",                  kForce,              0),
-    VK_ROW("exportlog",                     "vkacmd=setCntrlExportLog",                  kControllerOnly,     0),
-    VK_ROW("setrebuildrate",                "vkacmd=setCntrlRebuildRate",                kRebuildRate,        0),
-    VK_ROW("setbgirate",                    "vkacmd=setCntrlBGIRate",                    kRateParams,         0),
-    VK_ROW("setcheckconsistencyrate",       "vkacmd=setCntrlCheckConsistencyRate",       kRateParams,         0),
-    VK_ROW("setreconstructrate",            "vkacmd=setCntrlReconstructRate",            kRateParams,         0),
-    VK_ROW("clearforeignconfig",            "vkacmd=setCntrlClearForeignConfig",         kControllerOnly,     0),
-    VK_ROW("importforeignconfig",           "vkacmd=setCntrlImportForeignConfig",        kControllerOnly,     0),
-    VK_ROW("importrecoverforeignconfig",    "vkacmd=setCntrlForcedImportForeignConfig",  kControllerOnly,     0),
-    VK_ROW("stoppatrolread",                "vkacmd=setCntrlPatrolReadStop",             kControllerOnly,     0),
-    VK_ROW("startpatrolread",               "vkacmd=setCntrlPatrolReadStart",            kControllerOnly,     0),
-    VK_ROW("setpatrolreadmode",             "vkacmd=setCntrlPatrolReadMode",             kPatrolReadMode,     0),
-    VK_ROW("setcontrollermode",             "vkacmd=setCntrlMode",                       kControllerMode,     0),
-    VK_ROW("autoconfigureRAID0",            "vkacmd=setCntrlAutoConfig",                 kControllerOnly,     0),
-    VK_ROW("createvdisk",                   "vkacmd=setCntrlCreateVD",                   kCreateVd,           0),
-    VK_ROW("createcachecade",               "vkacmd=setCntrlCreateEnhancedCache",        kCreateCachecade,    0),
-    VK_ROW("setchangecontrollerproperties", "vkacmd=setCntrlChangeProperties",           kProperties,         0),
-    VK_ROW("discardpreservedcache",         "vkacmd=setCntrlDiscardPinnedCache",         kDiscardCache,       0),
-    VK_ROW("createsecuritykey",             "vkacmd=setCntrlSecurityKey",                kSecurityKey,        0),
-    VK_ROW("enabledkm",                     "vkacmd=setCntrlSecurityKey",                kControllerOnly,     0),
-    VK_ROW("rekeydkm",                      "vkacmd=setCntrlSecurityKey",                kControllerOnly,     0),
-    VK_ROW("deletesecuritykey",             "vkacmd=setCntrlSecurityKey",                kControllerOnly,     0),
-    VK_ROW("changesecuritykey",             "vkacmd=setCntrlSecurityKey",                kSecurityKeyChange,  0),
-    VK_ROW("enablelkm",                     "vkacmd=setCntrlSecurityKey",                kSecurityKey,        0),
-    VK_ROW("switchtolkm",                   "vkacmd=setCntrlSecurityKey",                kSecurityKey,        0),
-    VK_ROW("rekeylkm",                      "vkacmd=setCntrlSecurityKey",                kSecurityKeyChange,  0),
-    VK_ROW("changedrivecache",              "vkacmd=setCntrlChangeDriveCache",           kDriveCache,         0),
-    VK_ROW("importsecureforeignconfig",     "vkacmd=setCntrlUnlockForeignDrives",        kPassphrase,         0),
-    VK_ROW("unlockdkmforeignconfig",        "vkacmd=getForeignLockedArrayDisks",         kControllerOnly,     0),
-    VK_ROW("debug",                         "vkacmd=sendPassThruCmdToQXSIF",             kDebug,              CLPS_ROW_HIDDEN),
-    VK_ROW("setpdiskpwrmanagement",         "vkacmd=setCntrlChangeProperties",           kPower,              0),
-    VK_ROW("switchtodkm",                   "vkacmd=setCntrlSecurityKey",                kLkmPassphrase,      0),
-    VK_ROW("convertNonRAIDtoRAID",          "vkacmd=convertNonRAIDtoRAID",               kConvert,            0),
-    VK_ROW("convertRAIDtoNonRAID",          "vkacmd=convertRAIDtoNonRAID",               kConvert,            0),
-}};
-#undef VK_ROW
+constexpr auto kControllerTable = std::to_array<CLPSNVActionRow>({
+    Action("rescan",                        "vkacmd=setCntrlRescan",                    kForce),
+    Action("resetconfig",                   "vkacmd=setCntrlResetConfig",               kForce),
+    Action("enablealarm",                   "vkacmd=setCntrlEnableAlarm",               kForce),
+    Action("disablealarm",                  "vkacmd=setCntrlDisableAlarm",              kForce),
+    Action("quietalarm",                    "vkacmd=setCntrlQuietAlarm",                kForce),
+    Action("testalarm",                     "vkacmd=setCntrlTestAlarm",                 kForce),
+    Action("exportlog",                     "vkacmd=setCntrlExportLog",                 kControllerOnly),
+    Action("setrebuildrate",                "vkacmd=setCntrlRebuildRate",               kRebuildRate),
+    Action("setbgirate",                    "vkacmd=setCntrlBGIRate",                   kRateParams),
+    Action("setcheckconsistencyrate",       "vkacmd=setCntrlCheckConsistencyRate",      kRateParams),
+    Action("setreconstructrate",            "vkacmd=setCntrlReconstructRate",           kRateParams),
+    Action("clearforeignconfig",            "vkacmd=setCntrlClearForeignConfig",        kControllerOnly),
+    Action("importforeignconfig",           "vkacmd=setCntrlImportForeignConfig",       kControllerOnly),
+    Action("importrecoverforeignconfig",    "vkacmd=setCntrlForcedImportForeignConfig", kControllerOnly),
+    Action("stoppatrolread",                "vkacmd=setCntrlPatrolReadStop",            kControllerOnly),
+    Action("startpatrolread",               "vkacmd=setCntrlPatrolReadStart",           kControllerOnly),
+    Action("setpatrolreadmode",             "vkacmd=setCntrlPatrolReadMode",            kPatrolReadMode),
+    Action("setcontrollermode",             "vkacmd=setCntrlMode",                      kControllerMode),
+    Action("autoconfigureRAID0",            "vkacmd=setCntrlAutoConfig",                kControllerOnly),
+    Action("createvdisk",                   "vkacmd=setCntrlCreateVD",                  kCreateVd),
+    Action("createcachecade",               "vkacmd=setCntrlCreateEnhancedCache",       kCreateCachecade),
+    Action("setchangecontrollerproperties", "vkacmd=setCntrlChangeProperties",          kProperties),
+    Action("discardpreservedcache",         "vkacmd=setCntrlDiscardPinnedCache",        kDiscardCache),
+    Action("createsecuritykey",             "vkacmd=setCntrlSecurityKey",               kSecurityKey),
+    Action("enabledkm",                     "vkacmd=setCntrlSecurityKey",               kControllerOnly),
+    Action("rekeydkm",                      "vkacmd=setCntrlSecurityKey",               kControllerOnly),
+    Action("deletesecuritykey",             "vkacmd=setCntrlSecurityKey",               kControllerOnly),
+    Action("changesecuritykey",             "vkacmd=setCntrlSecurityKey",               kSecurityKeyChange),
+    Action("enablelkm",                     "vkacmd=setCntrlSecurityKey",               kSecurityKey),
+    Action("switchtolkm",                   "vkacmd=setCntrlSecurityKey",               kSecurityKey),
+    Action("rekeylkm",                      "vkacmd=setCntrlSecurityKey",               kSecurityKeyChange),
+    Action("changedrivecache",              "vkacmd=setCntrlChangeDriveCache",          kDriveCache),
+    Action("importsecureforeignconfig",     "vkacmd=setCntrlUnlockForeignDrives",       kPassphrase),
+    Action("unlockdkmforeignconfig",        "vkacmd=getForeignLockedArrayDisks",        kControllerOnly),
+    Action("debug",                         "vkacmd=sendPassThruCmdToQXSIF",            kDebug, CLPS_ROW_HIDDEN),
+    Action("setpdiskpwrmanagement",         "vkacmd=setCntrlChangeProperties",          kPower),
+    Action("switchtodkm",                   "vkacmd=setCntrlSecurityKey",               kLkmPassphrase),
+    Action("convertNonRAIDtoRAID",          "vkacmd=convertNonRAIDtoRAID",              kConvert),
+    Action("convertRAIDtoNonRAID",          "vkacmd=convertRAIDtoNonRAID",              kConvert),
+});
 
 // Actions that only tell the agent which property they touch.
 struct PropertyAction {
     const char* action;
     int32_t property;
 };
-constexpr std::array<PropertyAction, 6> kPropertyActions = {{
+constexpr auto kPropertyActions = std::to_array<PropertyAction>({
     {"stoppatrolread",             12},
     {"startpatrolread",            11},
     {"dumpevents",                 5},
     {"clearforeignconfig",         6},
     {"importforeignconfig",        7},
     {"importrecoverforeignconfig", 15},
-}};
+});
 
 // Rate actions: the present value they must differ from, the refusal when
 // equal, and the attribute they are sent with.
@@ -326,12 +326,12 @@ struct RateAction {
     int32_t same;
     int32_t attribType;
 };
-constexpr std::array<RateAction, 4> kRateActions = {{
+constexpr auto kRateActions = std::to_array<RateAction>({
     {"setbgirate",              "BGIRate",              kSameBgiRate,         1},
     {"setpatrolreadrate",       "PatrolReadRate",       kSamePatrolReadRate,  2},
     {"setreconstructrate",      "ReconstructRate",      kSameReconstructRate, 3},
     {"setcheckconsistencyrate", "CheckConsistencyRate", kSameCcRate,          4},
-}};
+});
 
 // Rates among the controller properties.
 struct PropertyRate {
@@ -339,19 +339,19 @@ struct PropertyRate {
     const char* tag;
     int32_t same;
 };
-constexpr std::array<PropertyRate, 4> kPropertyRates = {{
+constexpr auto kPropertyRates = std::to_array<PropertyRate>({
     {"bgirate",              "BGIRate",              kSameBgiRate},
     {"rebuildrate",          "RebuildRate",          kSameRebuildRate},
     {"checkconsistencyrate", "CheckConsistencyRate", kSameCcRate},
     {"reconstructrate",      "ReconstructRate",      kSameReconstructRate},
-}};
+});
 
 // Every user name of the property group: one of them must be given.
-constexpr std::array<const char*, 11> kPropertyNames = {{
+constexpr auto kPropertyNames = std::to_array<const char*>({
     "AbortCheckConsistencyOnError", "AllowRevertibleHotSpareandReplaceMember", "Loadbalance",
     "clearredundantpath", "bgirate", "checkconsistencyrate", "reconstructrate", "rebuildrate",
     "AutoReplaceMemberOnPredictiveFailure", "PersistentHotSpare", "nrdiskcachepolicy",
-}};
+});
 
 // The four power keyword settings: the user's name, the pair the table
 // sends (its value is the controller's own number) and the present value.
@@ -359,20 +359,20 @@ struct PowerSetting {
     const char* user;
     const char* pair;
 };
-constexpr std::array<PowerSetting, 4> kPowerSettings = {{
+constexpr auto kPowerSettings = std::to_array<PowerSetting>({
     {"spindownconfigureddrives",   "SpinDownConfiguredDrive"},
     {"spindownunconfigureddrives", "SpinDownUnconfigured"},
     {"idlec",                      "DefaultVDPSPolicyT10"},
     {"spindownhotspares",          "SpinDownHotspare"},
-}};
+});
 
 // The non-RAID disk cache policy in force, by its number.
-constexpr std::array<const char*, 3> kNrDiskCacheKeywords = {{"unchanged", "enabled", "disabled"}};
+constexpr auto kNrDiskCacheKeywords = std::to_array<const char*>({"unchanged", "enabled", "disabled"});
 
 // Security-key actions under local key management, checked as one group.
-constexpr std::array<const char*, 5> kLkmActions = {{
+constexpr auto kLkmActions = std::to_array<const char*>({
     "createsecuritykey", "changesecuritykey", "enablelkm", "switchtolkm", "rekeylkm",
-}};
+});
 // clang-format on
 
 constexpr const char* kCopybackNotice =
@@ -894,7 +894,13 @@ int32_t CmdConfigControllerValidateFunc(void* /*reserved0*/, void* /*reserved1*/
     return CheckAction(call, facts);
 }
 
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkconfig storage controller", "", kControllerTable},
+});
+
 }  // namespace config::controller
+
+const std::span<const kvclp::TableRef> config::kControllerTables = config::controller::kTables;
 
 CLPSResponse* ConfigController(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);

@@ -85,7 +85,7 @@ struct DiskCountRule {
     int32_t refusal;
 };
 // clang-format off
-constexpr std::array<DiskCountRule, 8> kDiskCounts = {{
+constexpr auto kDiskCounts = std::to_array<DiskCountRule>({
     {kRaid50,    6, false, false, 1638},
     {kRaid1,     2, true,  false, 1635},
     {kRaid5,     3, false, false, 1636},
@@ -94,10 +94,10 @@ constexpr std::array<DiskCountRule, 8> kDiskCounts = {{
     {kRaid10,    4, false, true,  1637},
     {kRaid10Alt, 4, false, true,  1637},
     {kRaid1E,    4, false, true,  1637},
-}};
+});
 
 // The layouts that take a span length, which mark a command as spanned.
-constexpr std::array<uint32_t, 4> kSpannedLayouts = {{kRaid50, kRaid60, kRaid10, kRaid1E}};
+constexpr auto kSpannedLayouts = std::to_array<uint32_t>({kRaid50, kRaid60, kRaid10, kRaid1E});
 
 // The policies, each checked against its pair when the user gave it.
 using PolicyCheck = int32_t (*)(const char*, const char*, char*, uint32_t);
@@ -108,13 +108,13 @@ struct PolicyRule {
     int32_t refusal;
     const char* none;
 };
-constexpr std::array<PolicyRule, 5> kPolicies = {{
+constexpr auto kPolicies = std::to_array<PolicyRule>({
     {"diskcachepolicy", "DiskCachePolicy", nullptr,                             1674, "None - No valid disk cache policies found"},
     {"readpolicy",      "ReadPolicy",      IsUserReadPolicyValidForController,  1610, "None - No valid read policies found"},
     {"writepolicy",     "WritePolicy",     IsUserWritePolicyValidForController, 1611, "None - No valid write policies found"},
     {"cachepolicy",     "CachePolicy",     IsUserCachePolicyValidForController, 1612, "None - No valid cache policies found"},
     {"stripesize",      "StripeSize",      IsUserStripeSizeValidForController,  1613, "None - No valid stripe size values found"},
-}};
+});
 // A disk cache policy refused on a controller that offers none at all (its
 // disk cache is fixed).
 constexpr int32_t kDiskCacheFixed = 1702;
@@ -124,11 +124,11 @@ struct SizeUnit {
     char letter;
     double bytes;
 };
-constexpr std::array<SizeUnit, 3> kSizeUnits = {{
+constexpr auto kSizeUnits = std::to_array<SizeUnit>({
     {'b', 1.0},
     {'m', 1024.0 * 1024.0},
     {'g', 1024.0 * 1024.0 * 1024.0},
-}};
+});
 // clang-format on
 
 const char* OrEmpty(const char* s) {

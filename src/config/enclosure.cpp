@@ -8,12 +8,16 @@
 
 #include "callback_support.h"
 #include "clps.h"
+#include "command_tables.h"
+#include "config_tables.h"
 #include "da.h"
 #include "handlers.h"
 #include "kvsup.h"
 #include "trace.h"
 
 namespace {
+
+using kvclp::Action;
 
 // clang-format off
 constexpr int32_t kInvalidEnclosure    = 1605;
@@ -40,43 +44,43 @@ constexpr uint32_t kEncl = CLPS_VT_ENCLOSURE;
 constexpr uint32_t kRequired = CLPS_USE_REQUIRED;
 
 // clang-format off
-constexpr std::array<CLPSNVParamRow, 2> kEnclosureParams = {{
+constexpr auto kEnclosureParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",   kNum,  kRequired, nullptr, 0},
     {"enclosure",  "Enclosure=",  kEncl, kRequired, "5,1:4", 0},
-}};
-constexpr std::array<CLPSNVParamRow, 3> kServiceTagParams = {{
+});
+constexpr auto kServiceTagParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",   kNum,  kRequired, nullptr, 0},
     {"enclosure",  "Enclosure=",  kEncl, kRequired, "5,1:4", 0},
     {"servicetag", "ServiceTag=", kText, kRequired, nullptr, 10},
-}};
-constexpr std::array<CLPSNVParamRow, 3> kAssetTagParams = {{
+});
+constexpr auto kAssetTagParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",   kNum,  kRequired, nullptr, 0},
     {"enclosure",  "Enclosure=",  kEncl, kRequired, "5,1:4", 0},
     {"assettag",   "AssetTag=",   kText, kRequired, nullptr, 10},
-}};
-constexpr std::array<CLPSNVParamRow, 3> kAssetNameParams = {{
+});
+constexpr auto kAssetNameParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",   kNum,  kRequired, nullptr, 0},
     {"enclosure",  "Enclosure=",  kEncl, kRequired, "5,1:4", 0},
     {"assetname",  "AssetName=",  kText, kRequired, nullptr, 32},
-}};
-constexpr std::array<CLPSNVParamRow, 4> kTempProbeParams = {{
+});
+constexpr auto kTempProbeParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",   kNum,  kRequired, nullptr, 0},
     {"enclosure",  "Enclosure=",  kEncl, kRequired, "5,1:4", 0},
     {"minwarn",    "MinWarning=", kNum,  kRequired, nullptr, 0},
     {"maxwarn",    "MaxWarning=", kNum,  kRequired, nullptr, 0},
-}};
+});
 
-constexpr std::array<CLPSNVActionRow, 9> kEnclosureTable = {{
-    {1, "action", "vkacmd=setEnclosureEnableAlarm",     "enablealarm",        nullptr, "kvda", kEnclosureParams.data(),  kEnclosureParams.size(),  nullptr, 0},
-    {1, "action", "vkacmd=setEnclosureDisableAlarm",    "disablealarm",       nullptr, "kvda", kEnclosureParams.data(),  kEnclosureParams.size(),  nullptr, 0},
-    {1, "action", "vkacmd=setEnclosureServiceTag",      "setservicetag",      nullptr, "kvda", kServiceTagParams.data(), kServiceTagParams.size(), nullptr, CLPS_ROW_HIDDEN},
-    {1, "action", "vkacmd=setEnclosureAssetTag",        "setassettag",        nullptr, "kvda", kAssetTagParams.data(),   kAssetTagParams.size(),   nullptr, 0},
-    {1, "action", "vkacmd=setEnclosureAssetName",       "setassetname",       nullptr, "kvda", kAssetNameParams.data(),  kAssetNameParams.size(),  nullptr, 0},
-    {1, "action", "vkacmd=setEnclosureBlink",           "blink",              nullptr, "kvda", kEnclosureParams.data(),  kEnclosureParams.size(),  nullptr, 0},
-    {1, "action", "vkacmd=setEnclosureUnBlink",         "unblink",            nullptr, "kvda", kEnclosureParams.data(),  kEnclosureParams.size(),  nullptr, 0},
-    {1, "action", "vkacmd=setEnclosureTempProbes",      "setalltempprobes",   nullptr, "kvda", kTempProbeParams.data(),  kTempProbeParams.size(),  nullptr, 0},
-    {1, "action", "vkacmd=setEnclosureResetTempProbes", "resetalltempprobes", nullptr, "kvda", kEnclosureParams.data(),  kEnclosureParams.size(),  nullptr, 0},
-}};
+constexpr auto kEnclosureTable = std::to_array<CLPSNVActionRow>({
+    Action("enablealarm",        "vkacmd=setEnclosureEnableAlarm",     kEnclosureParams),
+    Action("disablealarm",       "vkacmd=setEnclosureDisableAlarm",    kEnclosureParams),
+    Action("setservicetag",      "vkacmd=setEnclosureServiceTag",      kServiceTagParams, CLPS_ROW_HIDDEN),
+    Action("setassettag",        "vkacmd=setEnclosureAssetTag",        kAssetTagParams),
+    Action("setassetname",       "vkacmd=setEnclosureAssetName",       kAssetNameParams),
+    Action("blink",              "vkacmd=setEnclosureBlink",           kEnclosureParams),
+    Action("unblink",            "vkacmd=setEnclosureUnBlink",         kEnclosureParams),
+    Action("setalltempprobes",   "vkacmd=setEnclosureTempProbes",      kTempProbeParams),
+    Action("resetalltempprobes", "vkacmd=setEnclosureResetTempProbes", kEnclosureParams),
+});
 
 // The asset texts: the user's parameter, the agent's limit and present
 // value tags, and the refusal numbers.
@@ -91,11 +95,11 @@ struct AssetRule {
     int32_t tooLong;
     int32_t unchanged;
 };
-constexpr std::array<AssetRule, 3> kAssetRules = {{
+constexpr auto kAssetRules = std::to_array<AssetRule>({
     {"setassettag",   "assettag",   "MaxAssetTagLength",  "AssetTag",   kNameRule,       false, kBadAssetTag,   kAssetTagTooLong,  kSameAssetTag},
     {"setservicetag", "servicetag", nullptr,              "ServiceTag", kServiceTagRule, true,  kBadServiceTag, 0,                 kSameServiceTag},
     {"setassetname",  "assetname",  "MaxAssetNameLength", "AssetName",  kNameRule,       false, kBadAssetName,  kAssetNameTooLong, kSameAssetName},
-}};
+});
 // clang-format on
 
 bool Is(const char* action, const char* keyword) {
@@ -229,7 +233,13 @@ int32_t CmdConfigEnclosureValidateFunc(void*, void*, uint32_t userCount, const c
     return config::kSend;
 }
 
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkconfig storage enclosure", "", kEnclosureTable},
+});
+
 }  // namespace
+
+const std::span<const kvclp::TableRef> config::kEnclosureTables = kTables;
 
 CLPSResponse* ConfigEnclosure(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);

@@ -9,6 +9,8 @@
 
 #include "callback_support.h"
 #include "clps.h"
+#include "command_tables.h"
+#include "config_tables.h"
 #include "da.h"
 #include "handlers.h"
 #include "kvsup.h"
@@ -16,6 +18,8 @@
 #include "trace.h"
 
 namespace {
+
+using kvclp::Action;
 
 // clang-format off
 constexpr int32_t kInvalidDisk           = 1602;
@@ -59,11 +63,11 @@ constexpr const char* kDiskForm = "5:31,1:4:31";
 
 // clang-format off
 // ---- the global table ---------------------------------------------------------
-constexpr std::array<CLPSNVParamRow, 2> kModeParams = {{
+constexpr auto kModeParams = std::to_array<CLPSNVParamRow>({
     {"mode", "mode=yes", kText, kReqKeyword, "yes", 0},
     {"mode", "mode=no",  kText, kReqKeyword, "no",  0},
-}};
-constexpr std::array<CLPSNVParamRow, 13> kProtectionParams = {{
+});
+constexpr auto kProtectionParams = std::to_array<CLPSNVParamRow>({
     {"type",                "type=ghs",                kText,  kReqKeyword, "ghs", 0},
     {"type",                "type=dhs",                kText,  kReqKeyword, "dhs", 0},
     {"raid",                "Layout=4",                kText,  kOptKeyword, "r1",  0},
@@ -77,81 +81,80 @@ constexpr std::array<CLPSNVParamRow, 13> kProtectionParams = {{
     {"warnlevel",           "warnlevel=",              kSmall, kRequired,   nullptr, 0},
     {"includeghsinvdstate", "includeghsinvdstate=yes", kText,  kOptKeyword, "yes", 0},
     {"includeghsinvdstate", "includeghsinvdstate=no",  kText,  kOptKeyword, "no",  0},
-}};
-constexpr std::array<CLPSNVParamRow, 3> kThresholdParams = {{
+});
+constexpr auto kThresholdParams = std::to_array<CLPSNVParamRow>({
     {"type",      "type=sassata", kText, kReqKeyword, "sassata", 0},
     {"type",      "type=pciessd", kText, kReqKeyword, "pciessd", 0},
     {"threshold", "threshold=",   kNum,  kRequired,   nullptr,   0},
-}};
-
-// The store dump of the service actions: the agent's dump of every object.
-constexpr CLPSNVActionRow kDumpStoreRow =
-    {1, "action", "vkacmd=getStoreDump", "service_dumpstore", nullptr, "kvda", nullptr, 0, nullptr, kHidden};
+});
 
 // The global table's seventh row: the storage-wide debug pass-through, hidden
 // from the usage help like the controller's; the storage object always
 // allows it.
-constexpr std::array<CLPSNVParamRow, 2> kDebugParams = {{
+constexpr auto kDebugParams = std::to_array<CLPSNVParamRow>({
     {"NumQXSIFArgs", "NumQXSIFArgs=", kNum,  CLPS_USE_FIXED, "1",     0},
     {"param0",       "param0=",       kText, CLPS_USE_FIXED, "debug", 0},
-}};
+});
 
-constexpr std::array<CLPSNVActionRow, 7> kGlobalTable = {{
-    {1, "action", "vkacmd=setnonzorncertifiedmode",                  "setnonzorncertifiedmode",                  nullptr, "kvda", kModeParams.data(),       kModeParams.size(),       nullptr, 0},
-    {1, "action", "vkacmd=setCntrlGlobalRescan",                     "globalrescan",                             nullptr, "kvda", nullptr,                  0,                        nullptr, 0},
-    {1, "action", "vkacmd=setEnclosureEnableSTS",                    "enablests",                                nullptr, "kvda", nullptr,                  0,                        nullptr, 0},
-    {1, "action", "vkacmd=setEnclosureDisableSTS",                   "disablests",                               nullptr, "kvda", nullptr,                  0,                        nullptr, 0},
-    {1, "action", "vkacmd=setProtectionPolicies",                    "setprotectionpolicies",                    nullptr, "kvda", kProtectionParams.data(), kProtectionParams.size(), nullptr, 0},
-    {1, "action", "vkacmd=setRemainingRatedWriteEnduranceThreshold", "setremainingratedwriteendurancethreshold", nullptr, "kvda", kThresholdParams.data(),  kThresholdParams.size(),  nullptr, 0},
-    {1, "action", "vkacmd=sendPassThruCmdToQXSIF",                   "debug",                                    nullptr, "kvda", kDebugParams.data(),      kDebugParams.size(),      nullptr, kHidden},
-}};
+constexpr auto kGlobalTable = std::to_array<CLPSNVActionRow>({
+    Action("setnonzorncertifiedmode",                  "vkacmd=setnonzorncertifiedmode",                  kModeParams),
+    Action("globalrescan",                             "vkacmd=setCntrlGlobalRescan"),
+    Action("enablests",                                "vkacmd=setEnclosureEnableSTS"),
+    Action("disablests",                               "vkacmd=setEnclosureDisableSTS"),
+    Action("setprotectionpolicies",                    "vkacmd=setProtectionPolicies",                    kProtectionParams),
+    Action("setremainingratedwriteendurancethreshold", "vkacmd=setRemainingRatedWriteEnduranceThreshold", kThresholdParams),
+    Action("debug",                                    "vkacmd=sendPassThruCmdToQXSIF",                   kDebugParams, kHidden),
+});
 
 // ---- the service actions, one table each ------------------------------------------
-constexpr std::array<CLPSNVParamRow, 5> kServiceRequestParams = {{
+constexpr auto kServiceRequestParams = std::to_array<CLPSNVParamRow>({
     {"controller",  "GlobalNo=",        kNum,  kRequired,     nullptr, 0},
     {"vdisk",       "LogicalDriveNum=", kNum,  kRequired,     nullptr, 0},
     {"writepolicy", "WritePolicy=1",    kText, kGroupKeyword, "wc",    0},
     {"writepolicy", "WritePolicy=2",    kText, kGroupKeyword, "nwc",   0},
     {"writepolicy", "WritePolicy=16",   kText, kGroupKeyword, "wea",   0},
-}};
-constexpr std::array<CLPSNVParamRow, 4> kMissingDiskParams = {{
+});
+constexpr auto kMissingDiskParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",        kNum,  kRequired, nullptr,   0},
     {"vdisk",      "LogicalDriveNum=", kNum,  kRequired, nullptr,   0},
     {"newpdisk",   "newadisk=",        kDisk, kRequired, kDiskForm, 0},
     {"oldpdisk",   "oldadisk=",        kDisk, kRequired, kDiskForm, 0},
-}};
-constexpr std::array<CLPSNVParamRow, 2> kPatrolReadRateParams = {{
+});
+constexpr auto kPatrolReadRateParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum,  kRequired, nullptr, 0},
     {"rate",       "Rate=",     kRate, kRequired, nullptr, 0},
-}};
-constexpr std::array<CLPSNVParamRow, 4> kLearnModeParams = {{
+});
+constexpr auto kLearnModeParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",    kNum,  kRequired,     nullptr, 0},
     {"battery",    "BatteryID=",   kNum,  kRequired,     nullptr, 0},
     {"learnmode",  "LearnMode=1",  kText, kGroupKeyword, "auto",  0},
     {"learnmode",  "LearnMode=2",  kText, kGroupKeyword, "warn",  0},
-}};
+});
 
-constexpr std::array<CLPSNVActionRow, 1> kServiceRequestTable = {{
-    {1, "action", "vkacmd=setVDReconfigure",       "servicerequest",              nullptr, "kvda", kServiceRequestParams.data(), kServiceRequestParams.size(), nullptr, kHidden},
-}};
-constexpr std::array<CLPSNVActionRow, 1> kMissingDiskTable = {{
-    {1, "action", "vkacmd=setVDAddMissingDisk",    "service_replacemissingpdisk", nullptr, "kvda", kMissingDiskParams.data(),    kMissingDiskParams.size(),    nullptr, kHidden},
-}};
-constexpr std::array<CLPSNVActionRow, 1> kPatrolReadRateTable = {{
-    {1, "action", "vkacmd=setCntrlPatrolReadRate", "service_patrolreadrate",      nullptr, "kvda", kPatrolReadRateParams.data(), kPatrolReadRateParams.size(), nullptr, kHidden},
-}};
-constexpr std::array<CLPSNVActionRow, 1> kLearnModeTable = {{
-    {1, "action", "vkacmd=setBatteryLearnMode",    "service_changelearnmode",     nullptr, "kvda", kLearnModeParams.data(),      kLearnModeParams.size(),      nullptr, kHidden},
-}};
-constexpr std::array<CLPSNVActionRow, 1> kDumpStoreTable = {{kDumpStoreRow}};
+constexpr auto kServiceRequestTable = std::to_array<CLPSNVActionRow>({
+    Action("servicerequest", "vkacmd=setVDReconfigure", kServiceRequestParams, kHidden),
+});
+constexpr auto kMissingDiskTable = std::to_array<CLPSNVActionRow>({
+    Action("service_replacemissingpdisk", "vkacmd=setVDAddMissingDisk", kMissingDiskParams, kHidden),
+});
+constexpr auto kPatrolReadRateTable = std::to_array<CLPSNVActionRow>({
+    Action("service_patrolreadrate", "vkacmd=setCntrlPatrolReadRate", kPatrolReadRateParams, kHidden),
+});
+constexpr auto kLearnModeTable = std::to_array<CLPSNVActionRow>({
+    Action("service_changelearnmode", "vkacmd=setBatteryLearnMode", kLearnModeParams, kHidden),
+});
+// The store dump of the service actions: the agent's dump of every object.
+constexpr auto kDumpStoreTable = std::to_array<CLPSNVActionRow>({
+    Action("service_dumpstore", "vkacmd=getStoreDump", {}, kHidden),
+});
 
 // ---- the cache feature ------------------------------------------------------------
-constexpr std::array<CLPSNVParamRow, 1> kTarnCacheParams = {{
+constexpr auto kTarnCacheParams = std::to_array<CLPSNVParamRow>({
     {nullptr, "ObjType=", kText, kFixedPair, "Tarn Cache", 0},
-}};
-constexpr std::array<CLPSNVActionRow, 1> kTarnCacheTable = {{
-    {1, "action", "vkacmd=setTarnCacheRefresh", "connect", nullptr, "kvda", kTarnCacheParams.data(), kTarnCacheParams.size(), nullptr, 0},
-}};
+});
+constexpr auto kTarnCacheTable = std::to_array<CLPSNVActionRow>({
+    Action("connect", "vkacmd=setTarnCacheRefresh", kTarnCacheParams),
+});
 // clang-format on
 
 bool Is(const char* value, const char* keyword) {
@@ -317,7 +320,8 @@ int32_t CmdConfigService_PatrolReadRate_ValidateFunc(void*, void*, uint32_t user
     const char* controller = call.User("controller");
     const char* rate = call.User("rate");
     // A controller that fails its test ends the check: nothing else can be
-    // read from it.
+    // read from it. As in the controller command, any failure (a busy
+    // controller included) is 1600 with the valid controllers.
     if (int32_t refused = config::CheckControllerWithSize(call, controller)) {
         Trace(
             "CmdConfigService_PatrolReadRate_ValidateFunc(): IsUserControllerIdValidWithSize() "
@@ -344,29 +348,44 @@ int32_t CmdConfigService_PatrolReadRate_ValidateFunc(void*, void*, uint32_t user
     return config::kSend;
 }
 
-template <std::size_t N>
-CLPSResponse* RunGlobal(uint32_t argc, const char** argv,
-                        const std::array<CLPSNVActionRow, N>& table, CLPSNVValidateFunc callback) {
-    return CLPSNVCmdConfigFunc(argc, argv, kGlobalUsage, kGlobalSecond, table.data(), N,
-                               "kvclp.xsl", callback);
-}
+// The global table first, then each service action's own table with its
+// own check (none for the store dump and the learn mode).
+constexpr auto kCandidates = std::to_array<CLPSNVTable>({
+    kvclp::Candidate(kGlobalTable, CmdConfigGlobalInfoValidateFunc),
+    kvclp::Candidate(kServiceRequestTable, CmdConfigServiceRequestValidateFunc),
+    kvclp::Candidate(kMissingDiskTable, CmdConfigServiceMissingDiskValidateFunc),
+    kvclp::Candidate(kPatrolReadRateTable, CmdConfigService_PatrolReadRate_ValidateFunc),
+    kvclp::Candidate(kDumpStoreTable, nullptr),
+    kvclp::Candidate(kLearnModeTable, nullptr),
+});
+
+// clang-format off
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkconfig storage globalinfo", "",                            kGlobalTable},
+    {"vkconfig storage globalinfo", "servicerequest",              kServiceRequestTable},
+    {"vkconfig storage globalinfo", "service_replacemissingpdisk", kMissingDiskTable},
+    {"vkconfig storage globalinfo", "service_patrolreadrate",      kPatrolReadRateTable},
+    {"vkconfig storage globalinfo", "service_dumpstore",           kDumpStoreTable},
+    {"vkconfig storage globalinfo", "service_changelearnmode",     kLearnModeTable},
+    {"vkconfig storage tarncache",  "",                            kTarnCacheTable},
+});
+// clang-format on
 
 }  // namespace
 
+const std::span<const kvclp::TableRef> config::kGlobalSettingsTables = kTables;
+
 CLPSResponse* ConfigGlobalInfo(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);
+    // A service action has a table of its own; any other action (or none)
+    // is the global table's.
     const char* action = OCSGetAStrParamValueByAStrName(argc, argv, "action", 1);
-    if (Is(action, "servicerequest"))
-        return RunGlobal(argc, argv, kServiceRequestTable, CmdConfigServiceRequestValidateFunc);
-    if (Is(action, "service_replacemissingpdisk"))
-        return RunGlobal(argc, argv, kMissingDiskTable, CmdConfigServiceMissingDiskValidateFunc);
-    if (Is(action, "service_patrolreadrate"))
-        return RunGlobal(argc, argv, kPatrolReadRateTable,
-                         CmdConfigService_PatrolReadRate_ValidateFunc);
-    if (Is(action, "service_dumpstore")) return RunGlobal(argc, argv, kDumpStoreTable, nullptr);
-    if (Is(action, "service_changelearnmode"))
-        return RunGlobal(argc, argv, kLearnModeTable, nullptr);
-    return RunGlobal(argc, argv, kGlobalTable, CmdConfigGlobalInfoValidateFunc);
+    uint32_t chosen = 0;
+    for (uint32_t t = 1; t < kCandidates.size(); ++t) {
+        if (Is(action, kCandidates[t].pRows[0].pKeyValue)) chosen = t;
+    }
+    return CLPSNVCmdConfigFuncTables(argc, argv, kGlobalUsage, kGlobalSecond, kCandidates.data(),
+                                     kCandidates.size(), chosen, "kvclp.xsl");
 }
 
 CLPSResponse* ConfigTarnCache(uint32_t argc, const char** argv) {

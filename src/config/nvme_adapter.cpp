@@ -6,6 +6,8 @@
 
 #include "callback_support.h"
 #include "clps.h"
+#include "command_tables.h"
+#include "config_tables.h"
 #include "da.h"
 #include "handlers.h"
 #include "kvsup.h"
@@ -13,17 +15,22 @@
 
 namespace {
 
+using kvclp::Action;
+
+// The valid text when the controller has none.
+constexpr const char* kNoAdapters = "None - There are no NVMe adapters on this controller.";
+
 constexpr int32_t kInvalidChannel = 1601;
 
 // clang-format off
-constexpr std::array<CLPSNVParamRow, 2> kAdapterParams = {{
+constexpr auto kAdapterParams = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", CLPS_VT_UINT,       CLPS_USE_REQUIRED, nullptr, 0},
     {"nvmeid",     "Channel=",  CLPS_VT_SMALL_UINT, CLPS_USE_REQUIRED, nullptr, 0},
-}};
-constexpr std::array<CLPSNVActionRow, 2> kNVMeAdapterTable = {{
-    {1, "action", "vkacmd=exportDiskReliabilityLog", "exportlog",          nullptr, "kvda", kAdapterParams.data(), kAdapterParams.size(), nullptr, 0},
-    {1, "action", "vkacmd=setArrayDiskSecureErase",  "cryptographicerase", nullptr, "kvda", kAdapterParams.data(), kAdapterParams.size(), nullptr, 0},
-}};
+});
+constexpr auto kNVMeAdapterTable = std::to_array<CLPSNVActionRow>({
+    Action("exportlog",          "vkacmd=exportDiskReliabilityLog", kAdapterParams),
+    Action("cryptographicerase", "vkacmd=setArrayDiskSecureErase",  kAdapterParams),
+});
 // clang-format on
 
 int32_t CmdConfigNVMeAdapterValidateFunc(void*, void*, uint32_t userCount, const char** userWords,
@@ -38,7 +45,7 @@ int32_t CmdConfigNVMeAdapterValidateFunc(void*, void*, uint32_t userCount, const
     if (channel != nullptr) {
         std::string valid;
         if (IsUserNVMeChannelIdValid(channel, controller, valid) != 0)
-            return call.Refuse(kInvalidChannel, channel, valid);
+            return call.Refuse(kInvalidChannel, channel, valid.empty() ? kNoAdapters : valid);
     }
     uint32_t supported = 0;
     uint32_t current = 0;
@@ -47,7 +54,13 @@ int32_t CmdConfigNVMeAdapterValidateFunc(void*, void*, uint32_t userCount, const
     return config::kSend;
 }
 
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkconfig storage nvmeadapter", "", kNVMeAdapterTable},
+});
+
 }  // namespace
+
+const std::span<const kvclp::TableRef> config::kNVMeAdapterTables = kTables;
 
 CLPSResponse* ConfigNVMeAdapter(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);

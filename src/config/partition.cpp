@@ -3,21 +3,31 @@
 #include <array>
 
 #include "clps.h"
+#include "command_tables.h"
+#include "config_tables.h"
 #include "handlers.h"
 #include "trace.h"
 
 namespace {
 
+using kvclp::Action;
+
 // clang-format off
-constexpr std::array<CLPSNVParamRow, 1> kRefreshParams = {{
+constexpr auto kRefreshParams = std::to_array<CLPSNVParamRow>({
     {nullptr, "ObjType=", CLPS_VT_TEXT, CLPS_USE_FIXED_PAIR, "partition", 0},
-}};
-constexpr std::array<CLPSNVActionRow, 1> kPartitionTable = {{
-    {1, "action", "vkacmd=setTarnCacheRefresh", "refresh", nullptr, "kvda", kRefreshParams.data(), kRefreshParams.size(), nullptr, 0},
-}};
+});
+constexpr auto kPartitionTable = std::to_array<CLPSNVActionRow>({
+    Action("refresh", "vkacmd=setTarnCacheRefresh", kRefreshParams),
+});
 // clang-format on
 
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkconfig storage partition", "", kPartitionTable},
+});
+
 }  // namespace
+
+const std::span<const kvclp::TableRef> config::kPartitionTables = kTables;
 
 CLPSResponse* ConfigPartition(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);

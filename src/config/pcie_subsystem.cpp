@@ -7,6 +7,8 @@
 
 #include "callback_support.h"
 #include "clps.h"
+#include "command_tables.h"
+#include "config_tables.h"
 #include "controller_internal.h"
 #include "handlers.h"
 #include "kvsup.h"
@@ -14,23 +16,25 @@
 
 namespace {
 
+using kvclp::Action;
+
 constexpr uint32_t kNum = CLPS_VT_UINT;
 constexpr uint32_t kText = CLPS_VT_TEXT;
 constexpr uint32_t kDisk = CLPS_VT_DISK;
 constexpr uint32_t kRequired = CLPS_USE_REQUIRED;
 
 // clang-format off
-constexpr std::array<CLPSNVParamRow, 3> kPCIeParams = {{
+constexpr auto kPCIeParams = std::to_array<CLPSNVParamRow>({
     {"subsystem",  "GlobalNo=",   kNum,  kRequired, nullptr,       0},
     {"pciedevice", "pciedevice=", kDisk, kRequired, "5:31,1:4:31", 0},
     {"force",      "Force=yes",   kText, kRequired, "yes",         0},
-}};
+});
 
-constexpr std::array<CLPSNVActionRow, 3> kPCIeTable = {{
-    {1, "action", "vkacmd=setArrayDiskAddToCachePool",       "addtocachepool",      nullptr, "kvda", kPCIeParams.data(), kPCIeParams.size(), nullptr, 0},
-    {1, "action", "vkacmd=setArrayDiskRemoveFromCachePool",  "removefromcachepool", nullptr, "kvda", kPCIeParams.data(), kPCIeParams.size(), nullptr, 0},
-    {1, "action", "vkacmd=setArrayDiskReactivateCachePool",  "reactivate",          nullptr, "kvda", kPCIeParams.data(), kPCIeParams.size(), nullptr, 0},
-}};
+constexpr auto kPCIeTable = std::to_array<CLPSNVActionRow>({
+    Action("addtocachepool",      "vkacmd=setArrayDiskAddToCachePool",      kPCIeParams),
+    Action("removefromcachepool", "vkacmd=setArrayDiskRemoveFromCachePool", kPCIeParams),
+    Action("reactivate",          "vkacmd=setArrayDiskReactivateCachePool", kPCIeParams),
+});
 // clang-format on
 
 // The subsystem must exist, and the device must offer the action now. No
@@ -57,7 +61,13 @@ int32_t CmdConfigPCIeSubsystemValidateFunc(void* /*reserved0*/, void* /*reserved
     return config::kSend;
 }
 
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkconfig storage pciessd", "", kPCIeTable},
+});
+
 }  // namespace
+
+const std::span<const kvclp::TableRef> config::kPCIeSubsystemTables = kTables;
 
 CLPSResponse* ConfigPCIeSubsystem(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);

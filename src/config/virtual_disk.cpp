@@ -14,12 +14,17 @@
 
 #include "callback_support.h"
 #include "clps.h"
+#include "command_tables.h"
+#include "config_tables.h"
 #include "da.h"
 #include "handlers.h"
 #include "kvsup.h"
 #include "trace.h"
 
 namespace {
+
+using kvclp::Action;
+using kvclp::Join;
 
 constexpr const char* kCallbackName = "CmdConfigVirtualDiskValidateFunc";
 
@@ -70,109 +75,89 @@ constexpr uint32_t kDiskList = CLPS_VT_DISK_LIST;
 constexpr const char* kDiskForm = "5:31,1:4:31";
 
 // clang-format off
-constexpr std::array kV1 = {  // the controller and the virtual disk
-    CLPSNVParamRow{"controller", "GlobalNo=",        kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"vdisk",      "LogicalDriveNum=", kNum, CLPS_USE_REQUIRED, nullptr, 0},
-};
-constexpr std::array kV2 = {
-    CLPSNVParamRow{"controller", "GlobalNo=",        kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"vdisk",      "LogicalDriveNum=", kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"force", "Force=yes", kText, CLPS_USE_OPT_KEYWORD, "yes", 0},
-};
-constexpr std::array kV3 = {
-    CLPSNVParamRow{"controller", "GlobalNo=",        kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"vdisk",      "LogicalDriveNum=", kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"adisk",  "adisk=",  kDiskList, CLPS_USE_OPTIONAL,    kDiskForm, 0},
-    CLPSNVParamRow{"pdisk",  "adisk=",  kDiskList, CLPS_USE_OPTIONAL,    kDiskForm, 0},
-    CLPSNVParamRow{"assign", "set=yes", kText,     CLPS_USE_REQ_KEYWORD, "yes",     0},
-    CLPSNVParamRow{"assign", "set=no",  kText,     CLPS_USE_REQ_KEYWORD, "no",      0},
-};
-constexpr std::array kV4 = {
-    CLPSNVParamRow{"controller", "GlobalNo=",        kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"vdisk",      "LogicalDriveNum=", kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"source",      "sourceadisk=",      kDisk, CLPS_USE_REQUIRED, kDiskForm, 0},
-    CLPSNVParamRow{"destination", "destinationadisk=", kDisk, CLPS_USE_REQUIRED, kDiskForm, 0},
-};
-constexpr std::array kV5 = {
-    CLPSNVParamRow{"controller", "GlobalNo=",        kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"vdisk",      "LogicalDriveNum=", kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"cachepolicy", "CacheLunMode=", kText, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"devicename",  "Name=",         kText, CLPS_USE_REQUIRED, nullptr, 0},
-};
-constexpr std::array kV6 = {  // also V7
-    CLPSNVParamRow{"controller", "GlobalNo=",        kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"vdisk",      "LogicalDriveNum=", kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"devicename", "Name=", kText, CLPS_USE_REQUIRED, nullptr, 0},
-};
-constexpr std::array kV8 = {
-    CLPSNVParamRow{"controller", "GlobalNo=",        kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"vdisk",      "LogicalDriveNum=", kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"name", "Name=", kText, CLPS_USE_REQUIRED, nullptr, 0},
-};
-constexpr std::array kV9 = {
-    CLPSNVParamRow{"controller", "GlobalNo=",        kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"vdisk",      "LogicalDriveNum=", kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"readpolicy",      "ReadPolicy=1",       kText, CLPS_USE_GROUP_KEYWORD, "rc",        0},
-    CLPSNVParamRow{"readpolicy",      "ReadPolicy=2",       kText, CLPS_USE_GROUP_KEYWORD, "nrc",       0},
-    CLPSNVParamRow{"readpolicy",      "ReadPolicy=4",       kText, CLPS_USE_GROUP_KEYWORD, "ra",        0},
-    CLPSNVParamRow{"readpolicy",      "ReadPolicy=8",       kText, CLPS_USE_GROUP_KEYWORD, "ara",       0},
-    CLPSNVParamRow{"readpolicy",      "ReadPolicy=16",      kText, CLPS_USE_GROUP_KEYWORD, "nra",       0},
-    CLPSNVParamRow{"writepolicy",     "WritePolicy=1",      kText, CLPS_USE_GROUP_KEYWORD, "wc",        0},
-    CLPSNVParamRow{"writepolicy",     "WritePolicy=2",      kText, CLPS_USE_GROUP_KEYWORD, "nwc",       0},
-    CLPSNVParamRow{"writepolicy",     "WritePolicy=4",      kText, CLPS_USE_GROUP_KEYWORD, "wb",        0},
-    CLPSNVParamRow{"writepolicy",     "WritePolicy=8",      kText, CLPS_USE_GROUP_KEYWORD, "wt",        0},
-    CLPSNVParamRow{"writepolicy",     "WritePolicy=32",     kText, CLPS_USE_GROUP_KEYWORD, "fwb",       0},
-    CLPSNVParamRow{"cachepolicy",     "CachePolicy=1",      kText, CLPS_USE_GROUP_KEYWORD, "d",         0},
-    CLPSNVParamRow{"cachepolicy",     "CachePolicy=2",      kText, CLPS_USE_GROUP_KEYWORD, "c",         0},
-    CLPSNVParamRow{"diskcachepolicy", "DiskCachePolicy=1",  kText, CLPS_USE_GROUP_KEYWORD, "unchanged", 0},
-    CLPSNVParamRow{"diskcachepolicy", "DiskCachePolicy=8",  kText, CLPS_USE_GROUP_KEYWORD, "default",   0},
-    CLPSNVParamRow{"diskcachepolicy", "DiskCachePolicy=2",  kText, CLPS_USE_GROUP_KEYWORD, "enabled",   0},
-    CLPSNVParamRow{"diskcachepolicy", "DiskCachePolicy=4",  kText, CLPS_USE_GROUP_KEYWORD, "disabled",  0},
-};
-constexpr std::array kV10 = {
-    CLPSNVParamRow{"controller", "GlobalNo=",        kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"vdisk",      "LogicalDriveNum=", kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"raid",                "Layout=2",            kText,     CLPS_USE_REQ_KEYWORD, "r0",    0},
-    CLPSNVParamRow{"raid",                "Layout=4",            kText,     CLPS_USE_REQ_KEYWORD, "r1",    0},
-    CLPSNVParamRow{"raid",                "Layout=64",           kText,     CLPS_USE_REQ_KEYWORD, "r5",    0},
-    CLPSNVParamRow{"raid",                "Layout=128",          kText,     CLPS_USE_REQ_KEYWORD, "r6",    0},
-    CLPSNVParamRow{"raid",                "Layout=512",          kText,     CLPS_USE_REQ_KEYWORD, "r10",   0},
-    CLPSNVParamRow{"raid",                "Layout=2048",         kText,     CLPS_USE_REQ_KEYWORD, "r50",   0},
-    CLPSNVParamRow{"raid",                "Layout=262144",       kText,     CLPS_USE_REQ_KEYWORD, "r60",   0},
-    CLPSNVParamRow{"raid",                "Layout=4096",         kText,     CLPS_USE_REQ_KEYWORD, "r1c",   0},
-    CLPSNVParamRow{"raid",                "Layout=1",            kText,     CLPS_USE_REQ_KEYWORD, "c",     0},
-    CLPSNVParamRow{"size",                "Length=",             kText,     CLPS_USE_OPTIONAL,    nullptr, 0},
-    CLPSNVParamRow{"stripesize",          "StripeSize=4",        kText,     CLPS_USE_OPT_KEYWORD, "2kb",   0},
-    CLPSNVParamRow{"stripesize",          "StripeSize=8",        kText,     CLPS_USE_OPT_KEYWORD, "4kb",   0},
-    CLPSNVParamRow{"stripesize",          "StripeSize=16",       kText,     CLPS_USE_OPT_KEYWORD, "8kb",   0},
-    CLPSNVParamRow{"stripesize",          "StripeSize=32",       kText,     CLPS_USE_OPT_KEYWORD, "16kb",  0},
-    CLPSNVParamRow{"stripesize",          "StripeSize=64",       kText,     CLPS_USE_OPT_KEYWORD, "32kb",  0},
-    CLPSNVParamRow{"stripesize",          "StripeSize=128",      kText,     CLPS_USE_OPT_KEYWORD, "64kb",  0},
-    CLPSNVParamRow{"stripesize",          "StripeSize=256",      kText,     CLPS_USE_OPT_KEYWORD, "128kb", 0},
-    CLPSNVParamRow{"stripesize",          "StripeSize=512",      kText,     CLPS_USE_OPT_KEYWORD, "256kb", 0},
-    CLPSNVParamRow{"stripesize",          "StripeSize=1024",     kText,     CLPS_USE_OPT_KEYWORD, "512kb", 0},
-    CLPSNVParamRow{"stripesize",          "StripeSize=2048",     kText,     CLPS_USE_OPT_KEYWORD, "1mb",   0},
-    CLPSNVParamRow{"stripesize",          "StripeSize=4096",     kText,     CLPS_USE_OPT_KEYWORD, "2mb",   0},
-    CLPSNVParamRow{"stripesize",          "StripeSize=8192",     kText,     CLPS_USE_OPT_KEYWORD, "4mb",   0},
-    CLPSNVParamRow{"stripesize",          "StripeSize=16384",    kText,     CLPS_USE_OPT_KEYWORD, "8mb",   0},
-    CLPSNVParamRow{"stripesize",          "StripeSize=32768",    kText,     CLPS_USE_OPT_KEYWORD, "16mb",  0},
-    CLPSNVParamRow{"pdisk",               "adisk=",              kDiskList, CLPS_USE_OPTIONAL,    kDiskForm, 0},
-    CLPSNVParamRow{"adisk",               "adisk=",              kDiskList, CLPS_USE_OPTIONAL,    kDiskForm, 0},
-    CLPSNVParamRow{"sizeinpercent",       "VDExpansionPercent=", kText,     CLPS_USE_OPTIONAL,    nullptr, 0},
+constexpr auto kV1 = std::to_array<CLPSNVParamRow>({  // the controller and the virtual disk
+    {"controller", "GlobalNo=",        kNum, CLPS_USE_REQUIRED, nullptr, 0},
+    {"vdisk",      "LogicalDriveNum=", kNum, CLPS_USE_REQUIRED, nullptr, 0},
+});
+constexpr auto kV2 = Join(kV1, std::to_array<CLPSNVParamRow>({
+    {"force", "Force=yes", kText, CLPS_USE_OPT_KEYWORD, "yes", 0},
+}));
+constexpr auto kV3 = Join(kV1, std::to_array<CLPSNVParamRow>({
+    {"adisk",  "adisk=",  kDiskList, CLPS_USE_OPTIONAL,    kDiskForm, 0},
+    {"pdisk",  "adisk=",  kDiskList, CLPS_USE_OPTIONAL,    kDiskForm, 0},
+    {"assign", "set=yes", kText,     CLPS_USE_REQ_KEYWORD, "yes",     0},
+    {"assign", "set=no",  kText,     CLPS_USE_REQ_KEYWORD, "no",      0},
+}));
+constexpr auto kV4 = Join(kV1, std::to_array<CLPSNVParamRow>({
+    {"source",      "sourceadisk=",      kDisk, CLPS_USE_REQUIRED, kDiskForm, 0},
+    {"destination", "destinationadisk=", kDisk, CLPS_USE_REQUIRED, kDiskForm, 0},
+}));
+constexpr auto kV5 = Join(kV1, std::to_array<CLPSNVParamRow>({
+    {"cachepolicy", "CacheLunMode=", kText, CLPS_USE_REQUIRED, nullptr, 0},
+    {"devicename",  "Name=",         kText, CLPS_USE_REQUIRED, nullptr, 0},
+}));
+constexpr auto kV6 = Join(kV1, std::to_array<CLPSNVParamRow>({  // also V7
+    {"devicename", "Name=", kText, CLPS_USE_REQUIRED, nullptr, 0},
+}));
+constexpr auto kV8 = Join(kV1, std::to_array<CLPSNVParamRow>({
+    {"name", "Name=", kText, CLPS_USE_REQUIRED, nullptr, 0},
+}));
+constexpr auto kV9 = Join(kV1, std::to_array<CLPSNVParamRow>({
+    {"readpolicy",      "ReadPolicy=1",       kText, CLPS_USE_GROUP_KEYWORD, "rc",        0},
+    {"readpolicy",      "ReadPolicy=2",       kText, CLPS_USE_GROUP_KEYWORD, "nrc",       0},
+    {"readpolicy",      "ReadPolicy=4",       kText, CLPS_USE_GROUP_KEYWORD, "ra",        0},
+    {"readpolicy",      "ReadPolicy=8",       kText, CLPS_USE_GROUP_KEYWORD, "ara",       0},
+    {"readpolicy",      "ReadPolicy=16",      kText, CLPS_USE_GROUP_KEYWORD, "nra",       0},
+    {"writepolicy",     "WritePolicy=1",      kText, CLPS_USE_GROUP_KEYWORD, "wc",        0},
+    {"writepolicy",     "WritePolicy=2",      kText, CLPS_USE_GROUP_KEYWORD, "nwc",       0},
+    {"writepolicy",     "WritePolicy=4",      kText, CLPS_USE_GROUP_KEYWORD, "wb",        0},
+    {"writepolicy",     "WritePolicy=8",      kText, CLPS_USE_GROUP_KEYWORD, "wt",        0},
+    {"writepolicy",     "WritePolicy=32",     kText, CLPS_USE_GROUP_KEYWORD, "fwb",       0},
+    {"cachepolicy",     "CachePolicy=1",      kText, CLPS_USE_GROUP_KEYWORD, "d",         0},
+    {"cachepolicy",     "CachePolicy=2",      kText, CLPS_USE_GROUP_KEYWORD, "c",         0},
+    {"diskcachepolicy", "DiskCachePolicy=1",  kText, CLPS_USE_GROUP_KEYWORD, "unchanged", 0},
+    {"diskcachepolicy", "DiskCachePolicy=8",  kText, CLPS_USE_GROUP_KEYWORD, "default",   0},
+    {"diskcachepolicy", "DiskCachePolicy=2",  kText, CLPS_USE_GROUP_KEYWORD, "enabled",   0},
+    {"diskcachepolicy", "DiskCachePolicy=4",  kText, CLPS_USE_GROUP_KEYWORD, "disabled",  0},
+}));
+constexpr auto kV10 = Join(kV1, std::to_array<CLPSNVParamRow>({
+    {"raid",                "Layout=2",            kText,     CLPS_USE_REQ_KEYWORD, "r0",    0},
+    {"raid",                "Layout=4",            kText,     CLPS_USE_REQ_KEYWORD, "r1",    0},
+    {"raid",                "Layout=64",           kText,     CLPS_USE_REQ_KEYWORD, "r5",    0},
+    {"raid",                "Layout=128",          kText,     CLPS_USE_REQ_KEYWORD, "r6",    0},
+    {"raid",                "Layout=512",          kText,     CLPS_USE_REQ_KEYWORD, "r10",   0},
+    {"raid",                "Layout=2048",         kText,     CLPS_USE_REQ_KEYWORD, "r50",   0},
+    {"raid",                "Layout=262144",       kText,     CLPS_USE_REQ_KEYWORD, "r60",   0},
+    {"raid",                "Layout=4096",         kText,     CLPS_USE_REQ_KEYWORD, "r1c",   0},
+    {"raid",                "Layout=1",            kText,     CLPS_USE_REQ_KEYWORD, "c",     0},
+    {"size",                "Length=",             kText,     CLPS_USE_OPTIONAL,    nullptr, 0},
+    {"stripesize",          "StripeSize=4",        kText,     CLPS_USE_OPT_KEYWORD, "2kb",   0},
+    {"stripesize",          "StripeSize=8",        kText,     CLPS_USE_OPT_KEYWORD, "4kb",   0},
+    {"stripesize",          "StripeSize=16",       kText,     CLPS_USE_OPT_KEYWORD, "8kb",   0},
+    {"stripesize",          "StripeSize=32",       kText,     CLPS_USE_OPT_KEYWORD, "16kb",  0},
+    {"stripesize",          "StripeSize=64",       kText,     CLPS_USE_OPT_KEYWORD, "32kb",  0},
+    {"stripesize",          "StripeSize=128",      kText,     CLPS_USE_OPT_KEYWORD, "64kb",  0},
+    {"stripesize",          "StripeSize=256",      kText,     CLPS_USE_OPT_KEYWORD, "128kb", 0},
+    {"stripesize",          "StripeSize=512",      kText,     CLPS_USE_OPT_KEYWORD, "256kb", 0},
+    {"stripesize",          "StripeSize=1024",     kText,     CLPS_USE_OPT_KEYWORD, "512kb", 0},
+    {"stripesize",          "StripeSize=2048",     kText,     CLPS_USE_OPT_KEYWORD, "1mb",   0},
+    {"stripesize",          "StripeSize=4096",     kText,     CLPS_USE_OPT_KEYWORD, "2mb",   0},
+    {"stripesize",          "StripeSize=8192",     kText,     CLPS_USE_OPT_KEYWORD, "4mb",   0},
+    {"stripesize",          "StripeSize=16384",    kText,     CLPS_USE_OPT_KEYWORD, "8mb",   0},
+    {"stripesize",          "StripeSize=32768",    kText,     CLPS_USE_OPT_KEYWORD, "16mb",  0},
+    {"pdisk",               "adisk=",              kDiskList, CLPS_USE_OPTIONAL,    kDiskForm, 0},
+    {"adisk",               "adisk=",              kDiskList, CLPS_USE_OPTIONAL,    kDiskForm, 0},
+    {"sizeinpercent",       "VDExpansionPercent=", kText,     CLPS_USE_OPTIONAL,    nullptr, 0},
     // The only value taken is "yes"; it sends the pair as it stands.
-    CLPSNVParamRow{"vdcapacityexpansion", "IsVDOCEPossible=1",   kText,     CLPS_USE_OPTIONAL,    "yes",   0},
-};
-constexpr std::array kV11 = {
-    CLPSNVParamRow{"controller", "GlobalNo=",        kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{"vdisk",      "LogicalDriveNum=", kNum, CLPS_USE_REQUIRED, nullptr, 0},
-    CLPSNVParamRow{nullptr, "AttributesMask=", kText, CLPS_USE_FIXED_PAIR, "1", 0},
-};
+    {"vdcapacityexpansion", "IsVDOCEPossible=1",   kText,     CLPS_USE_OPTIONAL,    "yes",   0},
+}));
+constexpr auto kV11 = Join(kV1, std::to_array<CLPSNVParamRow>({
+    {nullptr, "AttributesMask=", kText, CLPS_USE_FIXED_PAIR, "1", 0},
+}));
 // clang-format on
 
-using config::Action;
-
 // clang-format off
-constexpr std::array kVirtualDiskTable = {
+constexpr auto kVirtualDiskTable = std::to_array<CLPSNVActionRow>({
     Action("checkconsistency",        "vkacmd=setVDCheckConsistency",       kV1),
     Action("cancelcheckconsistency",  "vkacmd=setVDCancelCheckConsistency", kV1),
     Action("pausecheckconsistency",   "vkacmd=setVDPauseCheckConsistency",  kV1),
@@ -199,8 +184,7 @@ constexpr std::array kVirtualDiskTable = {
     Action("enabletarncache",         "vkacmd=setVDEnableTarnCache",        kV5),
     Action("disabletarncache",        "vkacmd=setVDDisableTarnCache",       kV6),
     Action("reactivate",              "vkacmd=setVDReactivateTarnCache",    kV6),
-};
-static_assert(kVirtualDiskTable.size() == 26);
+});
 
 // Level migrations a controller carries out in place: striped and mirrored
 // sets move to the parity levels and back to striping; every other layout
@@ -689,7 +673,13 @@ int32_t CmdConfigVirtualDiskValidateFunc([[maybe_unused]] void* reserved0,
     return status == 0 ? config::kSend : status;
 }
 
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkconfig storage vdisk", "", kVirtualDiskTable},
+});
+
 }  // namespace
+
+const std::span<const kvclp::TableRef> config::kVirtualDiskTables = kTables;
 
 CLPSResponse* ConfigVirtualDisk(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);

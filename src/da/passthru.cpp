@@ -20,13 +20,13 @@ constexpr size_t kDiskObjIdListSize = 1024;
 // Layouts sent with the span rules ("Rules", "2"), and the subset that also
 // carries the span length in the protection-information query.
 // clang-format off
-constexpr std::array<unsigned long, 3> kSpannedLayouts         = {512, 2048, 262144};
-constexpr std::array<unsigned long, 2> kSpanLengthLayoutsForSas = {2048, 262144};
+constexpr auto kSpannedLayouts          = std::to_array<unsigned long>({512, 2048, 262144});
+constexpr auto kSpanLengthLayoutsForSas = std::to_array<unsigned long>({2048, 262144});
 // clang-format on
 
 // Span lengths that, without the special-layout flag, are looked up as
 // layout "512" in the answer.
-constexpr std::array<uint32_t, 2> kSpanLengthsAsLayout512 = {22, 26};
+constexpr auto kSpanLengthsAsLayout512 = std::to_array<uint32_t>({22, 26});
 constexpr const char* kLayout512 = "512";
 // A layout entry that ends the walk with its own limits, whatever layout was
 // asked for.

@@ -43,6 +43,17 @@ struct HostError : std::runtime_error {
 // One storage object: its child elements' tags and texts, in order.
 using StorageObject = std::vector<std::pair<std::string, std::string>>;
 
+// What the text shows for one storage object's codes: each decoded tag with
+// its words ("ObjState" -> "Ready"), and the sizes among them in bytes.
+struct ObjectLabels {
+    StorageObject decoded;
+    std::vector<std::pair<std::string, uint64_t>> bytes;
+};
+
+// Version of the JSON document's layout; raised when a field changes
+// meaning or goes away (new fields leave it as it is).
+inline constexpr int kJsonSchemaVersion = 1;
+
 // Everything a run produces, ready to be written in the asked format.
 struct Outcome {
     int exitCode = kExitDone;
@@ -54,8 +65,19 @@ struct Outcome {
     std::string diagnostic;            // the one line for standard error (refusals, errors)
     std::vector<std::string> request;  // pairs sent or to be sent, pass phrases hidden
     std::vector<StorageObject> objects;
-    std::string console;  // what the plug-in wrote to standard output
-    std::string xml;      // the document for --format=xml
+    std::vector<ObjectLabels> labels;  // one per object, for JSON (may be empty)
+    std::string console;               // what the plug-in wrote to standard output
+    std::string xml;                   // the document for --format=xml
+};
+
+// The program's own options and the command words after them.
+struct Options {
+    Format format = Format::Text;
+    bool dryRun = false;
+    bool help = false;
+    bool version = false;
+    bool describe = false;
+    std::vector<std::string> words;
 };
 
 // ---- configuration and locations (config.cpp) ----
@@ -68,7 +90,9 @@ Locations FindLocations();
 struct HostConfig {
     std::string adminGroup = "vkadmin";
 };
-// Defaults from share/vk/host.conf, then /etc/vk/host.conf (or VK_HOST_CONF).
+// Defaults from share/vk/host.conf, then /etc/vk/host.conf (or VK_HOST_CONF,
+// which a caller other than root may only point at a file root owns and no
+// one else may write).
 // Problems in a file are reported as warnings through warn.
 HostConfig LoadHostConfig(const std::filesystem::path& share,
                           const std::function<void(const std::string&)>& warn);
@@ -108,6 +132,11 @@ struct XmlAnswer {
 // Reads an answer's status and message as it streams past, and its objects
 // only when asked (they are needed for JSON alone).
 XmlAnswer ReadXmlAnswer(std::string_view xml, bool withObjects);
+// Reads the document the labels stylesheet makes of an answer: one entry
+// per storage object, in the answer's order.
+std::vector<ObjectLabels> ReadLabels(const std::string& xml);
+// The stylesheet (under share/vk) that decodes an answer's objects.
+inline constexpr std::string_view kLabelsStyleSheet = "sm/cli/labels.xsl";
 
 struct RenderState;
 
@@ -132,9 +161,13 @@ class Renderer {
     std::unique_ptr<RenderState> state_;
 };
 
+// ---- the vocabulary dump (describe.cpp) ----
+// Every command the plug-in serves, as one JSON document (in the outcome's
+// text): words, rights, usage texts from the catalogue, actions and reports
+// with their parameters, as the plug-in's own tables hold them.
+Outcome Describe(const std::string& program, const Options& opts);
+
 // ---- output (output.cpp) ----
-// "name=value" with the value hidden when the name mentions a pass phrase.
-std::string HidePassphrase(std::string_view pair);
 // Writes the outcome to standard output and standard error; returns the exit
 // status.
 int Emit(const Outcome& outcome, Format format, std::string_view program);

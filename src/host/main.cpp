@@ -1,13 +1,19 @@
 // vkreport and vkconfig: one program serving both names. It checks the
 // user's rights, hands the command line to the storage plug-in and writes
 // the plug-in's answer as text, XML or JSON.
+#include <getopt.h>
+
+#include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <limits>
 
+#include "help_words.h"
 #include "host.h"
+#include "nearest_words.h"
+#include "os/console.h"
+#include "passphrase.h"
 #include "plugin.h"
 #include "text.h"
 
@@ -42,63 +48,119 @@ constexpr uint32_t kReportUsage = 6000;
 constexpr uint32_t kConfigUsage = 6001;
 
 constexpr std::string_view kHelp =
-    "Usage: %s [OPTIONS] WORD... [name=value]...\n"
+    "Usage: %s [OPTIONS] [--] WORD... [name=value]...\n"
     "Hands a storage command to the storage plug-in and shows its answer.\n"
     "\n"
     "Options (before the command words):\n"
-    "  --format=text|xml|json  output format (default text)\n"
-    "  --dry-run               vkconfig only: check the command and show the\n"
-    "                          request without sending it\n"
-    "  --help                  show this help\n"
-    "  --version               show the version\n"
+    "  -f, --format=text|xml|json  output format (default text)\n"
+    "      --dry-run               vkconfig only: check the command and show the\n"
+    "                              request without sending it\n"
+    "      --describe              print every command served, as JSON\n"
+    "  -h, -?, --help              show this help\n"
+    "      --version               show the version\n"
+    "  --                          end of the options\n"
     "\n"
-    "Type '%s storage -?' for the storage objects.\n"
+    "Type '%s storage -?' for the storage objects; -?, -h, --help or help after\n"
+    "any command word shows the usage of that command and runs nothing.\n"
     "Exit status: 0 carried out, 1 refused, 2 command line not understood,\n"
     "3 insufficient rights, 4 agent unavailable or internal failure.\n";
 
-struct Options {
-    Format format = Format::Text;
-    bool dryRun = false;
-    bool help = false;
-    bool version = false;
-    std::vector<std::string> words;
-};
+// clang-format off
+constexpr std::array<option, 6> kLongOptions{{
+    {"format",   required_argument, nullptr, 'f'},
+    {"dry-run",  no_argument,       nullptr, 'n'},
+    {"describe", no_argument,       nullptr, 'd'},
+    {"help",     no_argument,       nullptr, 'h'},
+    {"version",  no_argument,       nullptr, 'v'},
+    {nullptr,    0,                 nullptr, 0},
+}};
+// clang-format on
+
+// "+": options end at the first command word, so that a help word among
+// the command words is the plug-in's (the usage of that command), and a
+// leading ':' lets a missing option value be told apart from an unknown
+// option.
+constexpr const char* kShortOptions = "+:f:h?";
+
+Format ParseFormat(std::string_view value) {
+    if (value == "text") return Format::Text;
+    if (value == "xml") return Format::Xml;
+    if (value == "json") return Format::Json;
+    throw HostError(kExitCommandLine,
+                    "unknown output format '" + std::string(value) + "': use text, xml or json");
+}
+
+// The refusal of an option word that is not ours, with the nearest of ours.
+[[noreturn]] void RefuseOption(const std::string& word, const std::string& program) {
+    std::vector<std::string> names;
+    for (const option& o : kLongOptions) {
+        if (o.name != nullptr) names.push_back(std::string("--") + o.name);
+    }
+    const std::string name = word.substr(0, word.find('='));
+    const auto nearest =
+        vk::NearestWords(name, std::vector<std::string_view>(names.begin(), names.end()));
+    const std::string hint = nearest.empty()
+                                 ? "try '" + program + " --help'"
+                                 : "did you mean " + vk::JoinAlternatives(nearest) + "?";
+    throw HostError(kExitCommandLine, "unknown option '" + word + "' (" + hint + ")");
+}
 
 // Parses options into opts as it goes, so that an error in a later option is
 // already written in the format asked before it.
 void ParseOptions(int argc, char** argv, const std::string& program, Options& opts) {
-    bool inOptions = true;
-    for (int i = 1; i < argc; ++i) {
-        const std::string_view arg = argv[i];
-        if (!inOptions || !arg.starts_with("--")) {
-            inOptions = false;
-            opts.words.emplace_back(arg);
-        } else if (arg == "--") {
-            inOptions = false;
-        } else if (arg.starts_with("--format=")) {
-            const std::string_view value = arg.substr(std::strlen("--format="));
-            if (value == "text") {
-                opts.format = Format::Text;
-            } else if (value == "xml") {
-                opts.format = Format::Xml;
-            } else if (value == "json") {
-                opts.format = Format::Json;
-            } else {
-                throw HostError(kExitCommandLine, "unknown output format '" + std::string(value) +
-                                                      "': use text, xml or json");
-            }
-        } else if (arg == "--dry-run") {
-            if (program != "vkconfig")
-                throw HostError(kExitCommandLine, "--dry-run is only for vkconfig");
-            opts.dryRun = true;
-        } else if (arg == "--help") {
-            opts.help = true;
-        } else if (arg == "--version") {
-            opts.version = true;
-        } else {
-            throw HostError(kExitCommandLine, "unknown option '" + std::string(arg) + "' (try '" +
-                                                  program + " --help')");
+    opterr = 0;  // every complaint is ours
+    optind = 0;  // start afresh (0 also resets getopt's own state)
+    for (;;) {
+        const int previous = optind == 0 ? 1 : optind;
+        const int c = getopt_long(argc, argv, kShortOptions, kLongOptions.data(), nullptr);
+        if (c == -1) break;
+        const std::string word = previous < argc ? argv[previous] : "";
+        switch (c) {
+            case 'f':
+                opts.format = ParseFormat(optarg);
+                break;
+            case 'n':
+                if (program != "vkconfig")
+                    throw HostError(kExitCommandLine, "--dry-run is only for vkconfig");
+                opts.dryRun = true;
+                break;
+            case 'd':
+                opts.describe = true;
+                break;
+            case 'h':
+                opts.help = true;
+                break;
+            case 'v':
+                opts.version = true;
+                break;
+            case ':':
+                throw HostError(kExitCommandLine, "the option '" + word + "' needs a value (try '" +
+                                                      program + " --help')");
+            case '?':
+                // getopt answers '?' both for "-?" and for an option it does
+                // not know.
+                if (word == "-?") {
+                    opts.help = true;
+                    break;
+                }
+                RefuseOption(word, program);
+            default:
+                RefuseOption(word, program);
         }
+    }
+    for (int i = optind; i < argc; ++i) opts.words.emplace_back(argv[i]);
+    // A program option after the command words would be taken for a word of
+    // the command; say where it belongs instead.
+    for (const std::string& word : opts.words) {
+        const std::string name = word.substr(0, word.find('='));
+        const bool ours =
+            name == "-f" ||
+            std::any_of(kLongOptions.begin(), kLongOptions.end(), [&](const option& o) {
+                return o.name != nullptr && name == std::string("--") + o.name;
+            });
+        if (ours && !vk::IsHelpWord(word))
+            throw HostError(kExitCommandLine,
+                            "the option '" + word + "' goes before the command words");
     }
 }
 
@@ -112,21 +174,53 @@ std::string CommandName(const std::string& program, const std::vector<std::strin
     return name;
 }
 
-// The command words without the help request, for generated usage lines.
-std::string UsageCommand(const std::string& command) {
-    std::string out;
-    size_t start = 0;
-    while (start <= command.size()) {
-        size_t end = command.find(' ', start);
-        if (end == std::string::npos) end = command.size();
-        const std::string word = command.substr(start, end - start);
-        std::string lower = word;
-        for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        if (!word.empty() && word != "-?" && lower != "help")
-            out += (out.empty() ? "" : " ") + word;
-        start = end + 1;
+// The command a usage is about: the program and the command words before
+// the first help word (the deepest command the help word follows).
+std::string UsageCommand(const std::string& program, const std::vector<std::string>& words) {
+    std::string out = program;
+    for (const std::string& word : words) {
+        if (vk::IsHelpWord(word) || word.find('=') != std::string::npos) break;
+        out += " " + word;
     }
     return out;
+}
+
+bool AsksHelp(const std::vector<std::string>& words) {
+    return std::any_of(words.begin(), words.end(),
+                       [](const std::string& w) { return vk::IsHelpWord(w); });
+}
+
+bool HasParameters(const std::vector<std::string>& words) {
+    return std::any_of(words.begin(), words.end(),
+                       [](const std::string& w) { return w.find('=') != std::string::npos; });
+}
+
+// The words as the plug-in gets them: a name that mentions a pass phrase
+// in any case is lower-cased. The plug-in compares names ignoring case, and
+// its trace leaves out the lower-case spelling, so no phrase reaches it.
+std::vector<std::string> PluginWords(const std::vector<std::string>& words) {
+    std::vector<std::string> out;
+    for (const std::string& word : words) {
+        std::string copy = word;
+        if (vk::CarriesPassphrase(word)) {
+            for (size_t i = 0; i < copy.size() && copy[i] != '='; ++i)
+                copy[i] = vk::AsciiLower(copy[i]);
+        }
+        out.push_back(std::move(copy));
+    }
+    return out;
+}
+
+// The pass phrases the user gave (their values), to be hidden wherever the
+// plug-in's response repeats them.
+std::vector<std::string> SecretsOf(const std::vector<std::string>& words) {
+    std::vector<std::string> secrets;
+    for (const std::string& word : words) {
+        if (!vk::CarriesPassphrase(word)) continue;
+        const std::string value = word.substr(word.find('=') + 1);
+        if (!value.empty()) secrets.push_back(value);
+    }
+    return secrets;
 }
 
 std::string WithProgram(std::string_view format, const std::string& program) {
@@ -149,17 +243,19 @@ std::string Str(const char* text) {
 // Turns the plug-in's response into an outcome; renders what needs it.
 class Responder {
   public:
-    Responder(std::string program, std::string command, fs::path share, Format format)
+    Responder(std::string program, std::string command, fs::path share, Format format,
+              std::vector<std::string> secrets)
         : program_(std::move(program)),
           command_(std::move(command)),
           share_(std::move(share)),
-          format_(format) {}
+          format_(format),
+          secrets_(std::move(secrets)) {}
 
     Outcome Convert(const CLPSResponse& resp, const std::string& command) {
         Outcome out;
         for (uint32_t i = 0; i < resp.requestCount && resp.ppRequest != nullptr; ++i) {
             if (resp.ppRequest[i] != nullptr)
-                out.request.push_back(HidePassphrase(resp.ppRequest[i]));
+                out.request.push_back(vk::HidePassphrase(resp.ppRequest[i]));
         }
         uint32_t kind = resp.kind;
         if (kind == CLPS_RESP_NONE) {
@@ -245,12 +341,25 @@ class Responder {
         } else if (format_ == Format::Json) {
             out.text = renderer().Render(xml, StyleOf(resp));
         }
+        // Scripts get the words the text shows, decoded by the same
+        // stylesheets, so they never decode a code themselves.
+        if (format_ == Format::Json && !out.objects.empty())
+            out.labels = ReadLabels(renderer().Render(xml, std::string(kLabelsStyleSheet)));
+    }
+
+    // A message argument that is a pass phrase the user gave is shown as
+    // "***" (a refused phrase comes back as the offending value).
+    std::string Shown(std::string arg) const {
+        for (const std::string& secret : secrets_) {
+            if (arg == secret) return "***";
+        }
+        return arg;
     }
 
     void FromMessage(const CLPSResponse& resp, Outcome& out) {
         const uint32_t id = resp.msgId;
-        const std::string arg1 = Str(resp.msgArg1);
-        const std::string arg2 = Str(resp.msgArg2);
+        const std::string arg1 = Shown(Str(resp.msgArg1));
+        const std::string arg2 = Shown(Str(resp.msgArg2));
         out.message = id;
         out.args = {arg1, arg2};
         out.hasArgs = true;
@@ -300,6 +409,7 @@ class Responder {
     std::string command_;
     fs::path share_;
     Format format_;
+    std::vector<std::string> secrets_;
     std::unique_ptr<Renderer> renderer_;
     std::optional<MessageCatalogue> catalogue_;
 };
@@ -312,6 +422,15 @@ Outcome ErrorOutcome(int exitCode, std::string text) {
     return out;
 }
 
+// The plug-in's response to a command line, or null.
+Plugin::ResponsePtr SendCaptured(const Plugin& plugin, const std::vector<const char*>& argv,
+                                 std::string& console) {
+    StdoutCapture capture;
+    Plugin::ResponsePtr resp = plugin.Send(argv);
+    console += capture.Finish();
+    return resp;
+}
+
 Outcome RunCommand(const std::string& program, const Options& opts) {
     const std::string command = CommandName(program, opts.words);
     const std::string hint = " (try '" + program + " storage -?')";
@@ -321,32 +440,43 @@ Outcome RunCommand(const std::string& program, const Options& opts) {
         std::fprintf(stderr, "%s: warning: %s\n", program.c_str(), text.c_str());
     });
 
+    const std::vector<std::string> words = PluginWords(opts.words);
     std::vector<const char*> argv{program.c_str()};
-    for (const std::string& word : opts.words) argv.push_back(word.c_str());
+    for (const std::string& word : words) argv.push_back(word.c_str());
 
     const Plugin plugin(where.plugin);
+    // Help never runs a command, so it needs no rights. A line no command
+    // serves needs none either: the plug-in only names what it does not know.
+    const bool help = AsksHelp(opts.words);
     const uint32_t required = plugin.RequiredRights(argv);
-    if (required == 0)
-        throw HostError(kExitCommandLine, "command not understood: '" + command + "'" + hint);
-    if ((required & ~HeldRights(config.adminGroup)) != 0) {
+    if (!help && required != 0 && (required & ~HeldRights(config.adminGroup)) != 0) {
         throw HostError(kExitRights, "you need administrator rights for '" + command +
                                          "' (root or group " + config.adminGroup + ")");
     }
     if (opts.dryRun) plugin.RequestDryRun();
 
-    Plugin::ResponsePtr resp;
     std::string console;
-    {
-        StdoutCapture capture;
-        resp = plugin.Send(argv);
-        console = capture.Finish();
+    Plugin::ResponsePtr resp = SendCaptured(plugin, argv, console);
+    // No answer to a bare command ("vkreport storage") or to a help request
+    // the command could not serve: show the usage of the command words.
+    const std::string usageCommand = UsageCommand(program, words);
+    if (!resp && (help || !HasParameters(opts.words))) {
+        std::vector<const char*> usageArgv{program.c_str()};
+        for (const std::string& word : words) {
+            if (vk::IsHelpWord(word) || word.find('=') != std::string::npos) break;
+            usageArgv.push_back(word.c_str());
+        }
+        usageArgv.push_back("-?");
+        resp = SendCaptured(plugin, usageArgv, console);
+        if (resp && resp->kind != CLPS_RESP_USAGE) resp.reset();
     }
     Outcome out;
     if (!resp) {
         out = ErrorOutcome(kExitCommandLine, "command not understood: '" + command + "'" + hint);
     } else {
         try {
-            Responder responder(program, UsageCommand(command), where.share, opts.format);
+            Responder responder(program, usageCommand, where.share, opts.format,
+                                SecretsOf(opts.words));
             out = responder.Convert(*resp, command);
         } catch (const HostError& error) {
             out = ErrorOutcome(error.exitCode, error.what());
@@ -367,6 +497,10 @@ int Run(int argc, char** argv) {
         }
         ParseOptions(argc, argv, program, opts);
         Outcome out;
+        if (opts.describe && !opts.help && !opts.version) {
+            // The description is one JSON document whatever the format asked.
+            return Emit(Describe(program, opts), Format::Text, program);
+        }
         if (opts.help || opts.version) {
             out.status = opts.help ? Status::Usage : Status::Ok;
             out.text = opts.help ? WithProgram(kHelp, program) : program + " " + VK_VERSION + "\n";
@@ -390,5 +524,6 @@ int Run(int argc, char** argv) {
 }  // namespace vk::host
 
 int main(int argc, char** argv) {
+    vk::os::UseBinaryStandardStreams();
     return vk::host::Run(argc, argv);
 }

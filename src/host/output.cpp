@@ -1,7 +1,6 @@
 // Writing an outcome as text, XML or JSON.
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -42,6 +41,7 @@ void Diagnose(const Outcome& outcome, std::string_view program) {
 
 std::string JsonDocument(const Outcome& outcome) {
     nlohmann::ordered_json doc;
+    doc["schema"] = kJsonSchemaVersion;
     doc["status"] = StatusName(outcome.status);
     if (outcome.message) doc["message"] = *outcome.message;
     if (outcome.hasArgs) doc["args"] = outcome.args;
@@ -49,9 +49,18 @@ std::string JsonDocument(const Outcome& outcome) {
                                                                               : outcome.diagnostic;
     doc["request"] = outcome.request;
     nlohmann::ordered_json objects = nlohmann::ordered_json::array();
-    for (const StorageObject& object : outcome.objects) {
+    for (size_t i = 0; i < outcome.objects.size(); ++i) {
         nlohmann::ordered_json entry = nlohmann::ordered_json::object();
-        for (const auto& [tag, value] : object) entry[tag] = value;
+        for (const auto& [tag, value] : outcome.objects[i]) entry[tag] = value;
+        // Beside the agent's tags (raw), what the text shows for them.
+        nlohmann::ordered_json decoded = nlohmann::ordered_json::object();
+        nlohmann::ordered_json bytes = nlohmann::ordered_json::object();
+        if (i < outcome.labels.size()) {
+            for (const auto& [tag, words] : outcome.labels[i].decoded) decoded[tag] = words;
+            for (const auto& [tag, count] : outcome.labels[i].bytes) bytes[tag] = count;
+        }
+        entry["decoded"] = std::move(decoded);
+        entry["bytes"] = std::move(bytes);
         objects.push_back(std::move(entry));
     }
     doc["objects"] = std::move(objects);
@@ -61,16 +70,6 @@ std::string JsonDocument(const Outcome& outcome) {
 }
 
 }  // namespace
-
-std::string HidePassphrase(std::string_view pair) {
-    const auto eq = pair.find('=');
-    std::string name(pair.substr(0, eq));
-    std::string lower = name;
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    if (lower.find("passphrase") == std::string::npos) return std::string(pair);
-    return eq == std::string_view::npos ? std::string("***") : name + "=***";
-}
 
 int Emit(const Outcome& outcome, Format format, std::string_view program) {
     switch (format) {

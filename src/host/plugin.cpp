@@ -1,52 +1,37 @@
 // Loading the storage plug-in and capturing its standard output.
 #include "plugin.h"
 
-#include <dlfcn.h>
-#include <unistd.h>
-
 #include <iostream>
 
 #include "host.h"
+#include "os/console.h"
 
 namespace vk::host {
 
 namespace {
 
 template <typename Func>
-Func Resolve(void* handle, const char* name, const std::filesystem::path& library) {
-    dlerror();
-    void* symbol = dlsym(handle, name);
-    if (symbol == nullptr) {
-        const char* why = dlerror();
-        throw HostError(kExitFailure, "the plug-in " + library.string() + " has no " + name + ": " +
-                                          (why != nullptr ? why : "null symbol"));
-    }
+Func Resolve(const os::Module& module, const char* name, const std::filesystem::path& library) {
+    void* symbol = module.Find(name);
+    if (symbol == nullptr)
+        throw HostError(kExitFailure, "the plug-in " + library.string() + " has no " + name);
     return reinterpret_cast<Func>(symbol);
 }
 
 }  // namespace
 
 Plugin::Plugin(const std::filesystem::path& library) {
-    handle_ = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle_ == nullptr) {
-        const char* why = dlerror();
-        throw HostError(kExitFailure,
-                        "cannot load the storage plug-in: " + std::string(why ? why : "unknown"));
-    }
-    try {
-        send_ = Resolve<SendFunc>(handle_, "kvclp64_sendRequest", library);
-        free_ = Resolve<FreeFunc>(handle_, "kvclp64_freeResponse", library);
-        rights_ = Resolve<RightsFunc>(handle_, "kvclp64_getRequiredUserRights", library);
-        destroy_ = Resolve<DestroyFunc>(handle_, "kvclp64_destroyCLIP", library);
-    } catch (...) {
-        dlclose(handle_);
-        throw;
-    }
+    std::string why;
+    module_ = os::Module::Load(library, why);
+    if (!module_) throw HostError(kExitFailure, "cannot load the storage plug-in: " + why);
+    send_ = Resolve<SendFunc>(module_, "kvclp64_sendRequest", library);
+    free_ = Resolve<FreeFunc>(module_, "kvclp64_freeResponse", library);
+    rights_ = Resolve<RightsFunc>(module_, "kvclp64_getRequiredUserRights", library);
+    destroy_ = Resolve<DestroyFunc>(module_, "kvclp64_destroyCLIP", library);
 }
 
 Plugin::~Plugin() {
     destroy_();
-    dlclose(handle_);
 }
 
 uint32_t Plugin::RequiredRights(const std::vector<const char*>& argv) const {
@@ -59,26 +44,31 @@ Plugin::ResponsePtr Plugin::Send(const std::vector<const char*>& argv) const {
         ResponseFree{free_});
 }
 
-void Plugin::RequestDryRun() const {
+void Plugin::SetHostFlags(uint32_t flags, const char* what) const {
     // The flag lives in the support library the plug-in is linked with, so it
     // is looked up through the plug-in's own dependencies.
-    dlerror();
-    void* symbol = dlsym(handle_, "CLPSSetHostFlags");
+    void* symbol = module_.Find("CLPSSetHostFlags");
     if (symbol == nullptr)
-        throw HostError(kExitFailure,
-                        "the storage plug-in cannot make dry runs (no CLPSSetHostFlags)");
-    reinterpret_cast<FlagsFunc>(symbol)(CLPS_HOST_DRYRUN);
+        throw HostError(kExitFailure, std::string("the storage plug-in cannot ") + what +
+                                          " (no CLPSSetHostFlags)");
+    reinterpret_cast<FlagsFunc>(symbol)(flags);
+}
+
+void Plugin::RequestDryRun() const {
+    SetHostFlags(CLPS_HOST_DRYRUN, "make dry runs");
+}
+
+void Plugin::RequestDescription() const {
+    SetHostFlags(CLPS_HOST_DESCRIBE, "describe its commands");
 }
 
 StdoutCapture::StdoutCapture() {
     std::cout.flush();
-    std::fflush(stdout);
-    file_ = std::tmpfile();
+    file_ = os::CreateTemporaryFile();
     if (file_ == nullptr)
         throw HostError(kExitFailure, "cannot create a temporary file for the plug-in's output");
-    saved_ = dup(STDOUT_FILENO);
-    if (saved_ < 0 || dup2(fileno(file_), STDOUT_FILENO) < 0) {
-        if (saved_ >= 0) close(saved_);
+    saved_ = os::RedirectStdout(file_);
+    if (saved_ < 0) {
         std::fclose(file_);
         throw HostError(kExitFailure, "cannot redirect standard output");
     }
@@ -90,9 +80,7 @@ StdoutCapture::~StdoutCapture() {
 
 std::string StdoutCapture::Finish() {
     std::cout.flush();
-    std::fflush(stdout);
-    dup2(saved_, STDOUT_FILENO);
-    close(saved_);
+    os::RestoreStdout(saved_);
     saved_ = -1;
     std::string text;
     std::rewind(file_);

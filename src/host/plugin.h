@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "clps.h"
+#include "os/module.h"
 
 namespace vk::host {
 
@@ -25,7 +26,8 @@ class Plugin {
     // Loads the library and finds its four exports; a HostError with the
     // loader's text when it cannot.
     explicit Plugin(const std::filesystem::path& library);
-    // Lets the plug-in release its state (kvclp64_destroyCLIP) and unloads it.
+    // Lets the plug-in release its state (kvclp64_destroyCLIP); the module
+    // is unloaded after.
     ~Plugin();
     Plugin(const Plugin&) = delete;
     Plugin& operator=(const Plugin&) = delete;
@@ -41,9 +43,14 @@ class Plugin {
     // Asks for a dry run through the command-line support library the plug-in
     // uses; a HostError when the plug-in has none.
     void RequestDryRun() const;
+    // Asks for descriptions of the commands instead of running them, the
+    // same way.
+    void RequestDescription() const;
 
   private:
-    void* handle_ = nullptr;
+    void SetHostFlags(uint32_t flags, const char* what) const;
+
+    os::Module module_;
     SendFunc send_ = nullptr;
     FreeFunc free_ = nullptr;
     RightsFunc rights_ = nullptr;

@@ -127,11 +127,12 @@ std::string Content(const xmlNode* node) {
     return text ? std::string(Chars(text.get())) : std::string();
 }
 
-[[noreturn]] void NotWellFormed(const xmlError* error) {
+[[noreturn]] void NotWellFormed(const xmlError* error,
+                                std::string_view what = "the plug-in's answer") {
     std::string reason = error != nullptr && error->message != nullptr ? std::string(error->message)
                                                                        : std::string("unreadable");
     while (!reason.empty() && reason.back() == '\n') reason.pop_back();
-    throw HostError(kExitFailure, "the plug-in's answer is not well-formed XML: " + reason);
+    throw HostError(kExitFailure, std::string(what) + " is not well-formed XML: " + reason);
 }
 
 // A new document for a part of the answer: it shares the parser's
@@ -216,6 +217,35 @@ XmlAnswer ReadXmlAnswer(std::string_view xml, bool withObjects) {
     }
     if (more != 0) NotWellFormed(xmlGetLastError());
     return answer;
+}
+
+std::vector<ObjectLabels> ReadLabels(const std::string& xml) {
+    const DocPtr doc(xmlReadMemory(xml.data(), static_cast<int>(xml.size()), "labels.xml", nullptr,
+                                   kParseOptions));
+    if (!doc) NotWellFormed(xmlGetLastError(), "the decoded labels");
+    std::vector<ObjectLabels> labels;
+    const xmlNode* root = xmlDocGetRootElement(doc.get());
+    for (const xmlNode* object = root != nullptr ? root->children : nullptr; object != nullptr;
+         object = object->next) {
+        if (object->type != XML_ELEMENT_NODE || Name(object) != "Object") continue;
+        ObjectLabels entry;
+        for (const xmlNode* item = object->children; item != nullptr; item = item->next) {
+            if (item->type != XML_ELEMENT_NODE) continue;
+            const XmlCharPtr tag(xmlGetProp(item, reinterpret_cast<const xmlChar*>("tag")));
+            if (!tag) continue;
+            const std::string name = reinterpret_cast<const char*>(tag.get());
+            const std::string value = Content(item);
+            if (Name(item) == "Decoded") {
+                entry.decoded.emplace_back(name, value);
+            } else if (Name(item) == "Bytes" && !value.empty() &&
+                       value.find_first_not_of("0123456789") == std::string::npos &&
+                       value.size() <= 19) {
+                entry.bytes.emplace_back(name, std::stoull(value));
+            }
+        }
+        labels.push_back(std::move(entry));
+    }
+    return labels;
 }
 
 namespace {

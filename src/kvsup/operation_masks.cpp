@@ -6,40 +6,24 @@
 // row: which masks answer, the fallback bit, the attribute test, the
 // always-allowed actions and the storage root answering for another object.
 #include <array>
+#include <bit>
 #include <span>
+#include <string>
 
 #include "kvsup_internal.h"
+#include "kvsup_tables.h"
 
 using namespace kvsup::detail;
 namespace st = kvsup::status;
 
 namespace {
 
-// Which masks answer for a row.
-enum class Masks {
-    kMethod,       // MasterMethodMask / CurrentMethodMask
-    kMethod1,      // MasterMethodMask1 / CurrentMethodMask1 (controllers)
-    kCurrentOnly,  // CurrentMethodMask AND bit, copied to both outputs
-    kMasterOnly,   // MasterMethodMask AND bit, copied to both outputs
-    kAlways,       // both outputs 1, masks not consulted
-    kStorageRoot,  // the storage root's masks decide, not the object's
-};
-
-enum class Rule {
-    kPlain,
-    kFallback,      // both bits clear: bit 0x20000000 answers instead
-    kSecureImport,  // kFallback, then current needs AttributesMask 0x8000000
-};
-
 constexpr uint32_t kFallbackBit = 0x20000000;
 constexpr uint32_t kSecureImportAttribute = 0x8000000;
 
-struct MaskRow {
-    const char* action;
-    Masks masks;
-    uint32_t bit;
-    Rule rule;
-};
+using kvsup::MaskRow;
+using kvsup::Masks;
+using Rule = kvsup::MaskRule;
 
 using M = Masks;
 using R = Rule;
@@ -210,6 +194,19 @@ constexpr MaskRow kPartitionRows[] = {
 constexpr MaskRow kCachedLunRows[] = {
     {"disablewithdiscard", M::kMethod, 0x1, R::kPlain},
 };
+
+constexpr auto kMaskTableList = std::to_array<kvsup::MaskTableRef>({
+    {"storage",      kStorageRows},
+    {"controller",   kControllerRows},
+    {"connector",    kChannelRows},
+    {"NVMe adapter", kNVMeAdapterRows},
+    {"enclosure",    kEnclosureRows},
+    {"battery",      kBatteryRows},
+    {"array disk",   kArrayDiskRows},
+    {"virtual disk", kVirtualDiskRows},
+    {"partition",    kPartitionRows},
+    {"cached LUN",   kCachedLunRows},
+});
 // clang-format on
 
 struct ObjectMasks {
@@ -413,6 +410,27 @@ da::Request ScopedRequest(const ObjectKind& kind, const char* globalNo) {
 }
 
 }  // namespace
+
+const std::span<const kvsup::MaskTableRef> kvsup::kMaskTables = kMaskTableList;
+
+std::string kvsup::CheckMaskTable(std::span<const MaskRow> rows) {
+    if (rows.empty()) return "the table has no rows";
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const MaskRow& row = rows[i];
+        const std::string where = "row " + std::to_string(i);
+        if (row.action == nullptr || *row.action == '\0') return where + ": no action";
+        const std::string what = where + " (" + row.action + ")";
+        for (std::size_t o = 0; o < i; ++o) {
+            if (strcmpCaseIgnore(rows[o].action, row.action) == 0) return what + ": listed twice";
+        }
+        const bool readsMasks = row.masks != Masks::kAlways && row.masks != Masks::kStorageRoot;
+        if (readsMasks && std::popcount(row.bit) != 1) return what + ": the bit is not one bit";
+        if (!readsMasks && row.bit != 0) return what + ": a bit that no mask is read for";
+        if (row.rule != Rule::kPlain && row.masks != Masks::kMethod)
+            return what + ": a fallback rule needs the method masks";
+    }
+    return {};
+}
 
 int32_t IsUserOperationValidForStorageObject(const char* action, uint32_t* supported,
                                              uint32_t* current) {

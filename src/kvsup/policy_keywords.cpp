@@ -1,9 +1,12 @@
 // Virtual-disk policy keywords: the agent describes layouts, stripe sizes
 // and policies as single bits; users type short keywords.
+#include <array>
+#include <span>
 #include <string>
 
 #include "keyword_map.h"
 #include "kvsup_internal.h"
+#include "kvsup_tables.h"
 
 using kvsup::detail::KeywordRow;
 using Row = KeywordRow<uint32_t>;
@@ -21,7 +24,7 @@ constexpr Row kRaidLayouts[] = {
     {2048,   "r50"},
     {4096,   "r1c"},
     {262144, "r60"},
-    {524288, "r10"},  // RAID 1E is shown as RAID 10 on purpose
+    {524288, "r10", kvsup::detail::kShownOnly},  // RAID 1E is shown as RAID 10 on purpose
 };
 
 // In units of 512 bytes: "64kb" is StripeSize=128.
@@ -72,6 +75,15 @@ constexpr Row kDiskCachePolicies[] = {
     {4, "disabled"},
     {8, "default"},
 };
+
+constexpr auto kMaps = std::to_array<kvsup::KeywordMapRef<uint32_t>>({
+    {"RAID layout",       kRaidLayouts},
+    {"stripe size",       kStripeSizes},
+    {"read policy",       kReadPolicies},
+    {"write policy",      kWritePolicies},
+    {"cache policy",      kCachePolicies},
+    {"disk cache policy", kDiskCachePolicies},
+});
 // clang-format on
 
 int32_t Lookup(const char* name, std::span<const Row> rows, uint32_t value, std::string& out) {
@@ -79,6 +91,8 @@ int32_t Lookup(const char* name, std::span<const Row> rows, uint32_t value, std:
 }
 
 }  // namespace
+
+const std::span<const kvsup::KeywordMapRef<uint32_t>> kvsup::kPolicyKeywordMaps = kMaps;
 
 int32_t GetUserInputStringForRaidLayoutValue(uint32_t value, std::string& out) {
     return Lookup("GetUserInputStringForRaidLayoutValue", kRaidLayouts, value, out);

@@ -1,10 +1,13 @@
 // Controller and disk setting keywords (small numbers in the agent, on/off
 // style keywords for users), and the reads of single controller settings
 // that other checks depend on.
+#include <array>
+#include <span>
 #include <string>
 
 #include "keyword_map.h"
 #include "kvsup_internal.h"
+#include "kvsup_tables.h"
 
 using namespace kvsup::detail;
 using Row = KeywordRow<int32_t>;
@@ -23,6 +26,18 @@ constexpr Row kDiskWriteCache[]   = {{0, "unchanged"}, {1, "enabled"}, {2, "disa
 constexpr Row kAutoManual[]       = {{1, "auto"},      {2, "manual"},  {4, "disable"}};
 // The present disk cache policy as the comparison names it.
 constexpr Row kPresentDiskCache[] = {{2, "enabled"},   {4, "disabled"}, {8, "default"}};
+
+constexpr auto kMaps = std::to_array<kvsup::KeywordMapRef<int32_t>>({
+    {"abort consistency check", kAbortCC},
+    {"smarter",                 kSmarter},
+    {"copyback",                kCopyback},
+    {"persistent hot slot",     kPersistentHotSlot},
+    {"load balance",            kLoadbalance},
+    {"multipath",               kMultipath},
+    {"disk write cache",        kDiskWriteCache},
+    {"auto or manual",          kAutoManual},
+    {"present disk cache",      kPresentDiskCache},
+});
 // clang-format on
 
 int32_t Lookup(const char* name, std::span<const Row> rows, int32_t value, std::string& out) {
@@ -41,6 +56,8 @@ int32_t ReadControllerNumber(const char* name, const char* tag, const char* glob
 }
 
 }  // namespace
+
+const std::span<const kvsup::KeywordMapRef<int32_t>> kvsup::kSettingKeywordMaps = kMaps;
 
 int32_t GetUserInputStringForAbortCCValue(int32_t value, std::string& out) {
     return Lookup("GetUserInputStringForAbortCCValue", kAbortCC, value, out);

@@ -1,12 +1,16 @@
 // The storage reports: for each object, the table of report requests the
 // command frame chooses from (by which keywords are given or must not be),
 // the request's stylesheet, and the check callback of its identifiers.
+#include <array>
 #include <cstdint>
+#include <span>
 
 #include "clps.h"
+#include "command_tables.h"
 #include "handlers.h"
 #include "ocs.h"
 #include "report_checks.h"
+#include "report_tables.h"
 #include "trace.h"
 
 namespace {
@@ -24,309 +28,406 @@ constexpr uint32_t kEncl = CLPS_VT_ENCLOSURE;
 constexpr const char* kDiskForm = "5:31,1:4:31";
 constexpr const char* kTapeListForm = "2,1:1";
 constexpr const char* kEnclForm = "5,1:4";
-constexpr const char* kAgent = "kvda";
+constexpr const char* kDiskSheet = "sm/cli/RptADisk.xsl";
 constexpr const char* kStyleSheet = "kvclp.xsl";
+
+using kvclp::Report;
+using kvclp::Selector;
 
 // clang-format off
 // ---- array disks (adisk) and physical disks (pdisk) -------------------------
-// Rows for: one disk, the controller's disks, a connector's disks, a virtual
-// disk's (or cachecade's) members and its spans. The members and spans rows
-// share their rules: the report shows both.
-#define VK_DISK_ROWS(prefix, disk, channelNotDisk, vd)                                                  \
-constexpr CLPSNVParamRow prefix##One[] = {                                                           \
-    {"controller", "GlobalNo=",        kNum,   kSent,  nullptr,   0},                                 \
-    {disk,         "adisk=",           kDisk,  kGiven, kDiskForm, 0},                                 \
-    {"connector",  nullptr,            kSmall, kNot,   nullptr,   0},                                 \
-    {vd,           nullptr,            kNum,   kNot,   nullptr,   0},                                 \
-};                                                                                                   \
-constexpr CLPSNVParamRow prefix##Controller[] = {                                                    \
-    {"controller", "GlobalNo=",        kNum,   kSent,  nullptr,   0},                                 \
-    {disk,         nullptr,            kDisk,  kNot,   kDiskForm, 0},                                 \
-    {"connector",  nullptr,            kSmall, kNot,   nullptr,   0},                                 \
-    {vd,           nullptr,            kNum,   kNot,   nullptr,   0},                                 \
-};                                                                                                   \
-constexpr CLPSNVParamRow prefix##Channel[] = {                                                       \
-    {"controller", "GlobalNo=",        kNum,   kSent,  nullptr,   0},                                 \
-    {"connector",  "Channel=",         kSmall, kGiven, nullptr,   0},                                 \
-    {channelNotDisk, nullptr,          kDisk,  kNot,   kDiskForm, 0},                                 \
-    {vd,           nullptr,            kNum,   kNot,   nullptr,   0},                                 \
-};                                                                                                   \
-constexpr CLPSNVParamRow prefix##VirtualDisk[] = {                                                   \
-    {"controller", "GlobalNo=",        kNum,   kSent,  nullptr,   0},                                 \
-    {vd,           "LogicalDriveNum=", kNum,   kGiven, nullptr,   0},                                 \
-    {"connector",  nullptr,            kSmall, kNot,   nullptr,   0},                                 \
-    {disk,         nullptr,            kDisk,  kNot,   kDiskForm, 0},                                 \
-};                                                                                                   \
-constexpr CLPSNVActionRow prefix##Table[] = {                                                        \
-    {6, nullptr, "vkacmd=getArrayDisk",                nullptr, nullptr, kAgent, prefix##One,         4, "sm/cli/RptADisk.xsl", 0}, \
-    {6, nullptr, "vkacmd=getArrayDisksForController",  nullptr, nullptr, kAgent, prefix##Controller,  4, "sm/cli/RptADisk.xsl", 0}, \
-    {6, nullptr, "vkacmd=getArrayDisksForChannel",     nullptr, nullptr, kAgent, prefix##Channel,     4, "sm/cli/RptADisk.xsl", 0}, \
-    {6, nullptr, "vkacmd=getArrayDisksForVirtualDisk", nullptr, nullptr, kAgent, prefix##VirtualDisk, 4, "sm/cli/RptADisk.xsl", 0}, \
-    {6, nullptr, "vkacmd=getSpanInfoForVirtualDisk",   nullptr, nullptr, kAgent, prefix##VirtualDisk, 4, "sm/cli/RptADisk.xsl", 0}, \
+// The rules of one disk report, by the keyword that names the disk, the one
+// the connector row forbids and the one that names the virtual disk (or
+// cachecade): one disk, the controller's disks, a connector's disks, and a
+// virtual disk's members and spans (the last two share their rules: the
+// report shows both).
+struct DiskRules {
+    std::array<CLPSNVParamRow, 4> one;
+    std::array<CLPSNVParamRow, 4> controller;
+    std::array<CLPSNVParamRow, 4> channel;
+    std::array<CLPSNVParamRow, 4> members;
 };
 
-VK_DISK_ROWS(kADiskVd,  "adisk", "adisk", "vdisk")
-VK_DISK_ROWS(kADiskCc,  "adisk", "adisk", "cachecade")
-// The channel rows of the pdisk tables forbid "adisk", as they always have.
-VK_DISK_ROWS(kPDiskVd,  "pdisk", "adisk", "vdisk")
-VK_DISK_ROWS(kPDiskCc,  "pdisk", "adisk", "cachecade")
-#undef VK_DISK_ROWS
+constexpr DiskRules MakeDiskRules(const char* disk, const char* channelNotDisk, const char* vd) {
+    return {
+        .one = {{
+            {"controller", "GlobalNo=",        kNum,   kSent,  nullptr,   0},
+            {disk,         "adisk=",           kDisk,  kGiven, kDiskForm, 0},
+            {"connector",  nullptr,            kSmall, kNot,   nullptr,   0},
+            {vd,           nullptr,            kNum,   kNot,   nullptr,   0},
+        }},
+        .controller = {{
+            {"controller", "GlobalNo=",        kNum,   kSent,  nullptr,   0},
+            {disk,         nullptr,            kDisk,  kNot,   kDiskForm, 0},
+            {"connector",  nullptr,            kSmall, kNot,   nullptr,   0},
+            {vd,           nullptr,            kNum,   kNot,   nullptr,   0},
+        }},
+        .channel = {{
+            {"controller", "GlobalNo=",        kNum,   kSent,  nullptr,   0},
+            {"connector",  "Channel=",         kSmall, kGiven, nullptr,   0},
+            {channelNotDisk, nullptr,          kDisk,  kNot,   kDiskForm, 0},
+            {vd,           nullptr,            kNum,   kNot,   nullptr,   0},
+        }},
+        .members = {{
+            {"controller", "GlobalNo=",        kNum,   kSent,  nullptr,   0},
+            {vd,           "LogicalDriveNum=", kNum,   kGiven, nullptr,   0},
+            {"connector",  nullptr,            kSmall, kNot,   nullptr,   0},
+            {disk,         nullptr,            kDisk,  kNot,   kDiskForm, 0},
+        }},
+    };
+}
 
-constexpr CLPSNVParamRow kEnclDisks[] = {
+constexpr auto DiskTable(const DiskRules& r) {
+    return std::to_array<CLPSNVActionRow>({
+        Report("vkacmd=getArrayDisk",                r.one,        kDiskSheet),
+        Report("vkacmd=getArrayDisksForController",  r.controller, kDiskSheet),
+        Report("vkacmd=getArrayDisksForChannel",     r.channel,    kDiskSheet),
+        Report("vkacmd=getArrayDisksForVirtualDisk", r.members,    kDiskSheet),
+        Report("vkacmd=getSpanInfoForVirtualDisk",   r.members,    kDiskSheet),
+    });
+}
+
+constexpr DiskRules kADiskVdRules = MakeDiskRules("adisk", "adisk", "vdisk");
+constexpr DiskRules kADiskCcRules = MakeDiskRules("adisk", "adisk", "cachecade");
+// In the pdisk tables too, the keyword the channel rows forbid is "adisk".
+constexpr DiskRules kPDiskVdRules = MakeDiskRules("pdisk", "adisk", "vdisk");
+constexpr DiskRules kPDiskCcRules = MakeDiskRules("pdisk", "adisk", "cachecade");
+constexpr auto kADiskVdTable = DiskTable(kADiskVdRules);
+constexpr auto kADiskCcTable = DiskTable(kADiskCcRules);
+constexpr auto kPDiskVdTable = DiskTable(kPDiskVdRules);
+constexpr auto kPDiskCcTable = DiskTable(kPDiskCcRules);
+
+constexpr auto kEnclDisks = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",  kNum,  kSent,  nullptr,   0},
     {"enclosure",  "Enclosure=", kEncl, kGiven, kEnclForm, 0},
     {"info",       nullptr,      kText, kNot,   nullptr,   0},
     {"index",      nullptr,      kNum,  kNot,   nullptr,   0},
-};
-constexpr CLPSNVActionRow kEnclDiskTable[] = {
-    {6, nullptr, "vkacmd=getArrayDisksForEnclosure", nullptr, nullptr, kAgent, kEnclDisks, 4, "sm/cli/RptADisk.xsl", 0},
-};
+});
+constexpr auto kEnclDiskTable = std::to_array<CLPSNVActionRow>({
+    Report("vkacmd=getArrayDisksForEnclosure", kEnclDisks, kDiskSheet),
+});
 
 // ---- tape drives ------------------------------------------------------------
-constexpr CLPSNVParamRow kTapeController[] = {
+constexpr auto kTapeController = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum,   kSent, nullptr,       0},
     {"connector",  nullptr,     kSmall, kNot,  nullptr,       0},
     {"tape",       nullptr,     kDisk,  kNot,  kTapeListForm, 0},
-};
-constexpr CLPSNVParamRow kTapeChannel[] = {
+});
+constexpr auto kTapeChannel = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum,   kSent,  nullptr,       0},
     {"connector",  "Channel=",  kSmall, kGiven, nullptr,       0},
     {"tape",       nullptr,     kDisk,  kNot,   kTapeListForm, 0},
-};
-constexpr CLPSNVParamRow kTapeOne[] = {
+});
+constexpr auto kTapeOne = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum,   kSent,  nullptr,   0},
     {"tape",       "adisk=",    kDisk,  kGiven, kDiskForm, 0},
     {"connector",  nullptr,     kSmall, kNot,   nullptr,   0},
-};
-constexpr CLPSNVActionRow kTapeTable[] = {
-    {6, nullptr, "vkacmd=getTapeDrivesForController", nullptr, nullptr, kAgent, kTapeController, 3, "sm/cli/RptADisk.xsl", 0},
-    {6, nullptr, "vkacmd=getTapeDrivesForChannel",    nullptr, nullptr, kAgent, kTapeChannel,    3, "sm/cli/RptADisk.xsl", 0},
-    {6, nullptr, "vkacmd=getTape",                    nullptr, nullptr, kAgent, kTapeOne,        3, "sm/cli/RptADisk.xsl", 0},
-};
+});
+constexpr auto kTapeTable = std::to_array<CLPSNVActionRow>({
+    Report("vkacmd=getTapeDrivesForController", kTapeController, kDiskSheet),
+    Report("vkacmd=getTapeDrivesForChannel",    kTapeChannel,    kDiskSheet),
+    Report("vkacmd=getTape",                    kTapeOne,        kDiskSheet),
+});
 
 // ---- batteries ----------------------------------------------------------------
-constexpr CLPSNVParamRow kBatteryList[] = {
+constexpr auto kBatteryList = std::to_array<CLPSNVParamRow>({
     {"controller", nullptr, kNum, kNot, nullptr, 0},
     {"battery",    nullptr, kNum, kNot, nullptr, 0},
-};
-constexpr CLPSNVParamRow kBatteryController[] = {
+});
+constexpr auto kBatteryController = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum, kGiven, nullptr, 0},
     {"battery",    nullptr,     kNum, kNot,   nullptr, 0},
-};
-constexpr CLPSNVParamRow kBatteryOne[] = {
+});
+constexpr auto kBatteryOne = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",  kNum, kGiven, nullptr, 0},
     {"battery",    "BatteryID=", kNum, kGiven, nullptr, 0},
-};
-constexpr CLPSNVActionRow kBatteryTable[] = {
-    {6, nullptr, "vkacmd=getBatteryList",            nullptr, nullptr, kAgent, kBatteryList,       2, "sm/cli/RptBatry.xsl", 0},
-    {6, nullptr, "vkacmd=getBatteriesForController", nullptr, nullptr, kAgent, kBatteryController, 2, "sm/cli/RptBatry.xsl", 0},
-    {6, nullptr, "vkacmd=getBattery",                nullptr, nullptr, kAgent, kBatteryOne,        2, "sm/cli/RptBatry.xsl", 0},
-};
+});
+constexpr auto kBatteryTable = std::to_array<CLPSNVActionRow>({
+    Report("vkacmd=getBatteryList",            kBatteryList,       "sm/cli/RptBatry.xsl"),
+    Report("vkacmd=getBatteriesForController", kBatteryController, "sm/cli/RptBatry.xsl"),
+    Report("vkacmd=getBattery",                kBatteryOne,        "sm/cli/RptBatry.xsl"),
+});
 
 // ---- connectors ---------------------------------------------------------------
-constexpr CLPSNVParamRow kConnectorController[] = {
+constexpr auto kConnectorController = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum, kSent, nullptr, 0},
     {"connector",  nullptr,     kNum, kNot,  nullptr, 0},
-};
-constexpr CLPSNVParamRow kConnectorOne[] = {
+});
+constexpr auto kConnectorOne = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum, kSent,  nullptr, 0},
     {"connector",  "Channel=",  kNum, kGiven, nullptr, 0},
-};
-constexpr CLPSNVActionRow kConnectorTable[] = {
-    {6, nullptr, "vkacmd=getChannelsForController", nullptr, nullptr, kAgent, kConnectorController, 2, "sm/cli/RptChnl.xsl", 0},
-    {6, nullptr, "vkacmd=getChannel",               nullptr, nullptr, kAgent, kConnectorOne,        2, "sm/cli/RptChnl.xsl", 0},
-};
+});
+constexpr auto kConnectorTable = std::to_array<CLPSNVActionRow>({
+    Report("vkacmd=getChannelsForController", kConnectorController, "sm/cli/RptChnl.xsl"),
+    Report("vkacmd=getChannel",               kConnectorOne,        "sm/cli/RptChnl.xsl"),
+});
 
 // ---- controllers ----------------------------------------------------------------
-constexpr CLPSNVParamRow kControllerInfo[] = {
+constexpr auto kControllerInfo = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum,  kSent, nullptr, 0},
     {"info",       "info=",     kText, kSent, nullptr, 0},
     {"dump",       nullptr,     kText, kNot,  nullptr, 0},
-};
-constexpr CLPSNVParamRow kControllerList[] = {
+});
+constexpr auto kControllerList = std::to_array<CLPSNVParamRow>({
     {"controller", nullptr, kNum,  kNot, nullptr, 0},
     {"dump",       nullptr, kText, kNot, nullptr, 0},
-};
-constexpr CLPSNVParamRow kControllerOne[] = {
+});
+constexpr auto kControllerOne = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum,  kGiven, nullptr, 0},
     {"dump",       nullptr,     kText, kNot,   nullptr, 0},
     {"info",       nullptr,     kText, kNot,   nullptr, 0},
-};
-constexpr CLPSNVActionRow kControllerTable[] = {
-    {8, "info",  "vkacmd=getForeignLockedArrayDisks",   "foreignkeyids", nullptr, kAgent, kControllerInfo, 3, "sm/cli/RptFnkey.xsl",   0},
-    {6, nullptr, "vkacmd=getControllerList",            nullptr,         nullptr, kAgent, kControllerList, 2, "sm/cli/RptCntrl.xsl",   0},
-    {6, nullptr, "vkacmd=getSingleControllerArrayInfo", nullptr,         nullptr, kAgent, kControllerOne,  3, "sm/cli/RptCntrl.xsl",   0},
-    {8, "info",  "vkacmd=getSlotReportForEnclosure",    "pdslotreport",  nullptr, kAgent, kControllerInfo, 3, "sm/cli/RptSlotRep.xsl", 0},
-};
-constexpr CLPSNVParamRow kDump[] = {
+});
+constexpr auto kControllerTable = std::to_array<CLPSNVActionRow>({
+    Selector("info", "foreignkeyids", "vkacmd=getForeignLockedArrayDisks", kControllerInfo, "sm/cli/RptFnkey.xsl"),
+    Report("vkacmd=getControllerList",                       kControllerList, "sm/cli/RptCntrl.xsl"),
+    Report("vkacmd=getSingleControllerArrayInfo",            kControllerOne,  "sm/cli/RptCntrl.xsl"),
+    Selector("info", "pdslotreport",  "vkacmd=getSlotReportForEnclosure",  kControllerInfo, "sm/cli/RptSlotRep.xsl"),
+});
+constexpr auto kDump = std::to_array<CLPSNVParamRow>({
     {"dump",       "dump=",  kText, kSent, nullptr, 0},
     {"controller", nullptr,  kNum,  kNot,  nullptr, 0},
-};
-constexpr CLPSNVActionRow kDumpTable[] = {
-    {8, "dump", "vkacmd=getControllerListArrayInfo", "all",   nullptr, kAgent, kDump, 2, "sm/cli/RptCntrl.xsl", 0},
-    {8, "dump", "vkacmd=getStoreDump",               "store", nullptr, kAgent, kDump, 2, "sm/cli/RptCntrl.xsl", 0},
-};
+});
+constexpr auto kDumpTable = std::to_array<CLPSNVActionRow>({
+    Selector("dump", "all",   "vkacmd=getControllerListArrayInfo", kDump, "sm/cli/RptCntrl.xsl"),
+    Selector("dump", "store", "vkacmd=getStoreDump",               kDump, "sm/cli/RptCntrl.xsl"),
+});
 
 // ---- enclosures -----------------------------------------------------------------
-constexpr CLPSNVParamRow kEnclComponents[] = {
+constexpr auto kEnclComponents = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",  kNum,  kSent,    nullptr,   0},
     {"enclosure",  "Enclosure=", kEncl, kSent,    kEnclForm, 0},
     {"info",       "info=",      kText, kSent,    nullptr,   0},
     {"index",      "Index=",     kNum,  kIfGiven, "6",       0},
-};
-constexpr CLPSNVParamRow kEnclList[] = {
+});
+constexpr auto kEnclList = std::to_array<CLPSNVParamRow>({
     {"controller", nullptr, kNum,  kNot, nullptr,   0},
     {"enclosure",  nullptr, kEncl, kNot, kEnclForm, 0},
     {"info",       nullptr, kText, kNot, nullptr,   0},
     {"index",      nullptr, kNum,  kNot, nullptr,   0},
-};
-constexpr CLPSNVParamRow kEnclController[] = {
+});
+constexpr auto kEnclController = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum,  kGiven, nullptr,   0},
     {"enclosure",  nullptr,     kEncl, kNot,   kEnclForm, 0},
     {"info",       nullptr,     kText, kNot,   nullptr,   0},
     {"index",      nullptr,     kNum,  kNot,   nullptr,   0},
-};
-constexpr CLPSNVParamRow kEnclOne[] = {
+});
+constexpr auto kEnclOne = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",  kNum,  kGiven, nullptr,   0},
     {"enclosure",  "Enclosure=", kEncl, kGiven, kEnclForm, 0},
     {"info",       nullptr,      kText, kNot,   nullptr,   0},
     {"index",      nullptr,      kNum,  kNot,   nullptr,   0},
-};
-constexpr CLPSNVParamRow kEnclSlots[] = {
+});
+constexpr auto kEnclSlots = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",  kNum,  kSent, nullptr,   0},
     {"enclosure",  "Enclosure=", kEncl, kSent, kEnclForm, 0},
     {"info",       "info=",      kText, kSent, nullptr,   0},
     {"dump",       nullptr,      kText, kNot,  nullptr,   0},
-};
-constexpr CLPSNVActionRow kEnclosureTable[] = {
-    {8, "info",  "vkacmd=getEnclosureTemperatureProbes",   "temps",        nullptr, kAgent, kEnclComponents, 4, "sm/cli/RptTemps.xsl",   0},
-    {8, "info",  "vkacmd=getEnclosureFans",                "fans",         nullptr, kAgent, kEnclComponents, 4, "sm/cli/RptFans.xsl",    0},
-    {8, "info",  "vkacmd=getEnclosurePowerSupplies",       "pwrsupplies",  nullptr, kAgent, kEnclComponents, 4, "sm/cli/RptPS.xsl",      0},
-    {8, "info",  "vkacmd=getEnclosureEMMs",                "emms",         nullptr, kAgent, kEnclComponents, 4, "sm/cli/RptEmms.xsl",    0},
-    {6, nullptr, "vkacmd=getEnclosureList",                nullptr,        nullptr, kAgent, kEnclList,       4, "sm/cli/RptEncl.xsl",    0},
-    {6, nullptr, "vkacmd=getEnclosuresForController",      nullptr,        nullptr, kAgent, kEnclController, 4, "sm/cli/RptEncl.xsl",    0},
-    {6, nullptr, "vkacmd=getSingleEnclosureForController", nullptr,        nullptr, kAgent, kEnclOne,        4, "sm/cli/RptEncl.xsl",    0},
-    {8, "info",  "vkacmd=getSlotReportForEnclosure",       "pdslotreport", nullptr, kAgent, kEnclSlots,      4, "sm/cli/RptSlotRep.xsl", 0},
-};
+});
+constexpr auto kEnclosureTable = std::to_array<CLPSNVActionRow>({
+    Selector("info", "temps",        "vkacmd=getEnclosureTemperatureProbes", kEnclComponents, "sm/cli/RptTemps.xsl"),
+    Selector("info", "fans",         "vkacmd=getEnclosureFans",              kEnclComponents, "sm/cli/RptFans.xsl"),
+    Selector("info", "pwrsupplies",  "vkacmd=getEnclosurePowerSupplies",     kEnclComponents, "sm/cli/RptPS.xsl"),
+    Selector("info", "emms",         "vkacmd=getEnclosureEMMs",              kEnclComponents, "sm/cli/RptEmms.xsl"),
+    Report("vkacmd=getEnclosureList",                                        kEnclList,       "sm/cli/RptEncl.xsl"),
+    Report("vkacmd=getEnclosuresForController",                              kEnclController, "sm/cli/RptEncl.xsl"),
+    Report("vkacmd=getSingleEnclosureForController",                         kEnclOne,        "sm/cli/RptEncl.xsl"),
+    Selector("info", "pdslotreport", "vkacmd=getSlotReportForEnclosure",     kEnclSlots,      "sm/cli/RptSlotRep.xsl"),
+});
 
 // ---- cachecades and virtual disks -------------------------------------------------
-#define VK_VD_ROWS(prefix, vd, styleSheet)                                                                              \
-constexpr CLPSNVParamRow prefix##All[] = {                                                                              \
-    {"controller", nullptr, kNum, kNot, nullptr, 0},                                                                    \
-    {vd,           nullptr, kNum, kNot, nullptr, 0},                                                                    \
-};                                                                                                                      \
-constexpr CLPSNVParamRow prefix##Controller[] = {                                                                       \
-    {"controller", "GlobalNo=", kNum, kGiven, nullptr, 0},                                                              \
-    {vd,           nullptr,     kNum, kNot,   nullptr, 0},                                                              \
-};                                                                                                                      \
-constexpr CLPSNVParamRow prefix##One[] = {                                                                              \
-    {"controller", "GlobalNo=",        kNum, kGiven, nullptr, 0},                                                       \
-    {vd,           "LogicalDriveNum=", kNum, kGiven, nullptr, 0},                                                       \
-};                                                                                                                      \
-constexpr CLPSNVActionRow prefix##Table[] = {                                                                           \
-    {6, nullptr, "vkacmd=getAllVirtualDisks",           nullptr, nullptr, kAgent, prefix##All,        2, styleSheet, 0}, \
-    {6, nullptr, "vkacmd=getVirtualDisksForController", nullptr, nullptr, kAgent, prefix##Controller, 2, styleSheet, 0}, \
-    {6, nullptr, "vkacmd=getVirtualDisk",               nullptr, nullptr, kAgent, prefix##One,        2, styleSheet, 0}, \
+// The rules of the cachecade and virtual-disk reports, by the keyword that
+// names the disk: every disk, a controller's, one disk.
+struct VirtualDiskRules {
+    std::array<CLPSNVParamRow, 2> all;
+    std::array<CLPSNVParamRow, 2> controller;
+    std::array<CLPSNVParamRow, 2> one;
 };
 
-VK_VD_ROWS(kCachecade, "cachecade", "sm/cli/RptEnhanceCache.xsl")
-VK_VD_ROWS(kVirtualDisk, "vdisk", "sm/cli/RptVDisk.xsl")
-#undef VK_VD_ROWS
+constexpr VirtualDiskRules MakeVirtualDiskRules(const char* vd) {
+    return {
+        .all = {{
+            {"controller", nullptr, kNum, kNot, nullptr, 0},
+            {vd,           nullptr, kNum, kNot, nullptr, 0},
+        }},
+        .controller = {{
+            {"controller", "GlobalNo=", kNum, kGiven, nullptr, 0},
+            {vd,           nullptr,     kNum, kNot,   nullptr, 0},
+        }},
+        .one = {{
+            {"controller", "GlobalNo=",        kNum, kGiven, nullptr, 0},
+            {vd,           "LogicalDriveNum=", kNum, kGiven, nullptr, 0},
+        }},
+    };
+}
+
+constexpr auto VirtualDiskTable(const VirtualDiskRules& r, const char* styleSheet) {
+    return std::to_array<CLPSNVActionRow>({
+        Report("vkacmd=getAllVirtualDisks",           r.all,        styleSheet),
+        Report("vkacmd=getVirtualDisksForController", r.controller, styleSheet),
+        Report("vkacmd=getVirtualDisk",               r.one,        styleSheet),
+    });
+}
+
+constexpr VirtualDiskRules kCachecadeRules = MakeVirtualDiskRules("cachecade");
+constexpr VirtualDiskRules kVirtualDiskRules = MakeVirtualDiskRules("vdisk");
+constexpr auto kCachecadeTable = VirtualDiskTable(kCachecadeRules, "sm/cli/RptEnhanceCache.xsl");
+constexpr auto kVirtualDiskTable = VirtualDiskTable(kVirtualDiskRules, "sm/cli/RptVDisk.xsl");
 
 // ---- cache feature, cache pool, global information --------------------------------
-constexpr CLPSNVParamRow kCachePool[] = {
+constexpr auto kCachePool = std::to_array<CLPSNVParamRow>({
     {"subsystem", nullptr, kNum,  kNot, nullptr, 0},
     {"dump",      nullptr, kText, kNot, nullptr, 0},
-};
-constexpr CLPSNVActionRow kTarnCacheTable[] = {
-    {6, nullptr, "vkacmd=getTarnCachePoolProperties", nullptr, nullptr, kAgent, kCachePool, 2, "sm/cli/RptTarnCache.xsl", 0},
-};
-constexpr CLPSNVActionRow kTarnCachePoolTable[] = {
-    {6, nullptr, "vkacmd=getTarnCachePoolProperties", nullptr, nullptr, kAgent, kCachePool, 2, "sm/cli/RptTarnCachePool.xsl", 0},
-};
-constexpr CLPSNVActionRow kGlobalTable[] = {
-    {6, nullptr, "vkacmd=getGlobalInfo", nullptr, nullptr, kAgent, nullptr, 0, "sm/cli/RptGlob.xsl", 0},
-};
+});
+constexpr auto kTarnCacheTable = std::to_array<CLPSNVActionRow>({
+    Report("vkacmd=getTarnCachePoolProperties", kCachePool, "sm/cli/RptTarnCache.xsl"),
+});
+constexpr auto kTarnCachePoolTable = std::to_array<CLPSNVActionRow>({
+    Report("vkacmd=getTarnCachePoolProperties", kCachePool, "sm/cli/RptTarnCachePool.xsl"),
+});
+constexpr auto kGlobalTable = std::to_array<CLPSNVActionRow>({
+    Report("vkacmd=getGlobalInfo", {}, "sm/cli/RptGlob.xsl"),
+});
 
 // ---- NVMe adapters, partitions, PCIe subsystem, cached LUNs ------------------------
-constexpr CLPSNVParamRow kNVMeController[] = {
+constexpr auto kNVMeController = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum, kSent, nullptr, 0},
     {"nvmeid",     nullptr,     kNum, kNot,  nullptr, 0},
-};
-constexpr CLPSNVParamRow kNVMeOne[] = {
+});
+constexpr auto kNVMeOne = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=", kNum, kSent,  nullptr, 0},
     {"nvmeid",     "Channel=",  kNum, kGiven, nullptr, 0},
-};
-constexpr CLPSNVActionRow kNVMeTable[] = {
-    {6, nullptr, "vkacmd=getNVMeAdaptersForController", nullptr, nullptr, kAgent, kNVMeController, 2, "sm/cli/RptNVMeAdapter.xsl", 0},
-    {6, nullptr, "vkacmd=getNVMeAdapter",               nullptr, nullptr, kAgent, kNVMeOne,        2, "sm/cli/RptNVMeAdapter.xsl", 0},
-};
-constexpr CLPSNVParamRow kPartitions[] = {
+});
+constexpr auto kNVMeTable = std::to_array<CLPSNVActionRow>({
+    Report("vkacmd=getNVMeAdaptersForController", kNVMeController, "sm/cli/RptNVMeAdapter.xsl"),
+    Report("vkacmd=getNVMeAdapter",               kNVMeOne,        "sm/cli/RptNVMeAdapter.xsl"),
+});
+constexpr auto kPartitions = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",        kNum,   kSent, nullptr,   0},
     {"vdisk",      "LogicalDriveNum=", kNum,   kSent, nullptr,   0},
     {"connector",  nullptr,            kSmall, kNot,  nullptr,   0},
     {"pdisk",      nullptr,            kDisk,  kNot,  kDiskForm, 0},
-};
-constexpr CLPSNVActionRow kPartitionTable[] = {
-    {6, nullptr, "vkacmd=getPartitionsForVirtualDisk", nullptr, nullptr, kAgent, kPartitions, 4, "sm/cli/RptPartitions.xsl", 0},
-};
-constexpr CLPSNVParamRow kPCIeSubsystem[] = {
+});
+constexpr auto kPartitionTable = std::to_array<CLPSNVActionRow>({
+    Report("vkacmd=getPartitionsForVirtualDisk", kPartitions, "sm/cli/RptPartitions.xsl"),
+});
+constexpr auto kPCIeSubsystem = std::to_array<CLPSNVParamRow>({
     {"subsystem", nullptr, kNum,  kNot, nullptr, 0},
     {"dump",      nullptr, kText, kNot, nullptr, 0},
-};
-constexpr CLPSNVParamRow kPCIeSSDs[] = {
+});
+constexpr auto kPCIeSSDs = std::to_array<CLPSNVParamRow>({
     {"subsystem", "GlobalNo=", kNum, kGiven, nullptr, 0},
-};
-constexpr CLPSNVActionRow kPCIeTable[] = {
-    {6, nullptr, "vkacmd=getPCIeSubsystem", nullptr, nullptr, kAgent, kPCIeSubsystem, 2, "sm/cli/RptCntrl.xsl", 0},
-    {6, nullptr, "vkacmd=getAllPCIeSSDs",   nullptr, nullptr, kAgent, kPCIeSSDs,      1, "sm/cli/RptCntrl.xsl", 0},
-};
+});
+constexpr auto kPCIeTable = std::to_array<CLPSNVActionRow>({
+    Report("vkacmd=getPCIeSubsystem", kPCIeSubsystem, "sm/cli/RptCntrl.xsl"),
+    Report("vkacmd=getAllPCIeSSDs",   kPCIeSSDs,      "sm/cli/RptCntrl.xsl"),
+});
 // Every filter of the cached-LUN report must be left out; the controller's
 // rule keeps its request prefix, which is never sent.
-constexpr CLPSNVParamRow kCachedLuns[] = {
+constexpr auto kCachedLuns = std::to_array<CLPSNVParamRow>({
     {"subsystem",  nullptr,     kNum,   kNot, nullptr,   0},
     {"connector",  nullptr,     kSmall, kNot, nullptr,   0},
     {"vdisk",      nullptr,     kNum,   kNot, nullptr,   0},
     {"pdisk",      nullptr,     kDisk,  kNot, kDiskForm, 0},
     {"controller", "GlobalNo=", kNum,   kNot, nullptr,   0},
     {"dump",       nullptr,     kText,  kNot, nullptr,   0},
-};
-constexpr CLPSNVActionRow kCachedLunTable[] = {
-    {6, nullptr, "vkacmd=getAllCachedLuns", nullptr, nullptr, kAgent, kCachedLuns, 6, "sm/cli/RptCachedLuns.xsl", 0},
-};
+});
+constexpr auto kCachedLunTable = std::to_array<CLPSNVActionRow>({
+    Report("vkacmd=getAllCachedLuns", kCachedLuns, "sm/cli/RptCachedLuns.xsl"),
+});
 // clang-format on
 
-template <size_t N>
 CLPSResponse* RunReport(uint32_t argc, const char** argv, uint32_t msgId,
-                        const CLPSNVActionRow (&table)[N], CLPSNVValidateFunc check) {
-    return CLPSNVCmdConfigFunc(argc, argv, msgId, 0, table, static_cast<uint32_t>(N), kStyleSheet,
-                               check);
+                        std::span<const CLPSNVActionRow> table, CLPSNVValidateFunc check) {
+    return CLPSNVCmdConfigFunc(argc, argv, msgId, 0, table.data(),
+                               static_cast<uint32_t>(table.size()), kStyleSheet, check);
+}
+
+// A report whose handler picks one of several tables by the command line;
+// help and descriptions list them all.
+CLPSResponse* RunReport(uint32_t argc, const char** argv, uint32_t msgId,
+                        std::span<const CLPSNVTable> candidates, uint32_t chosen) {
+    return CLPSNVCmdConfigFuncTables(argc, argv, msgId, 0, candidates.data(),
+                                     static_cast<uint32_t>(candidates.size()), chosen, kStyleSheet);
 }
 
 bool Given(uint32_t argc, const char** argv, const char* name) {
     return OCSGetAStrParamValueByAStrName(argc, argv, name, 1) != nullptr;
 }
 
+// The disk reports: by virtual disk (the default), by cachecade, by
+// enclosure.
+constexpr uint32_t kByVirtualDisk = 0;
+constexpr uint32_t kByCachecade = 1;
+constexpr uint32_t kByEnclosure = 2;
+constexpr auto kADiskCandidates = std::to_array<CLPSNVTable>({
+    kvclp::Candidate(kADiskVdTable, report::CheckDisks),
+    kvclp::Candidate(kADiskCcTable, report::CheckDisks),
+    kvclp::Candidate(kEnclDiskTable, report::CheckDisks),
+});
+constexpr auto kPDiskCandidates = std::to_array<CLPSNVTable>({
+    kvclp::Candidate(kPDiskVdTable, report::CheckDisks),
+    kvclp::Candidate(kPDiskCcTable, report::CheckDisks),
+    kvclp::Candidate(kEnclDiskTable, report::CheckDisks),
+});
+// The controller reports, and the dumps of every controller.
+constexpr uint32_t kControllers = 0;
+constexpr uint32_t kDumps = 1;
+constexpr auto kControllerCandidates = std::to_array<CLPSNVTable>({
+    kvclp::Candidate(kControllerTable, report::CheckControllers),
+    kvclp::Candidate(kDumpTable, report::CheckControllers),
+});
+
+// clang-format off
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkreport storage adisk",         "vdisk",     kADiskVdTable},
+    {"vkreport storage adisk",         "cachecade", kADiskCcTable},
+    {"vkreport storage adisk",         "enclosure", kEnclDiskTable},
+    {"vkreport storage pdisk",         "vdisk",     kPDiskVdTable},
+    {"vkreport storage pdisk",         "cachecade", kPDiskCcTable},
+    {"vkreport storage pdisk",         "enclosure", kEnclDiskTable},
+    {"vkreport storage tape",          "",          kTapeTable},
+    {"vkconfig storage tape",          "",          kTapeTable},
+    {"vkreport storage battery",       "",          kBatteryTable},
+    {"vkreport storage connector",     "",          kConnectorTable},
+    {"vkreport storage controller",    "",          kControllerTable},
+    {"vkreport storage controller",    "dump",      kDumpTable},
+    {"vkreport storage enclosure",     "",          kEnclosureTable},
+    {"vkreport storage cachecade",     "",          kCachecadeTable},
+    {"vkreport storage tarncache",     "",          kTarnCacheTable},
+    {"vkreport storage tarncachepool", "",          kTarnCachePoolTable},
+    {"vkreport storage globalinfo",    "",          kGlobalTable},
+    {"vkreport storage nvmeadapter",   "",          kNVMeTable},
+    {"vkreport storage partition",     "",          kPartitionTable},
+    {"vkreport storage pciessd",       "",          kPCIeTable},
+    {"vkreport storage tarncachedisk", "",          kCachedLunTable},
+    {"vkreport storage vdisk",         "",          kVirtualDiskTable},
+});
+// clang-format on
+
 }  // namespace
+
+const std::span<const kvclp::TableRef> report::kStorageReportTables = kTables;
 
 CLPSResponse* ReportArrayDisks(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);
+    uint32_t chosen = kByVirtualDisk;
     if (Given(argc, argv, "cachecade"))
-        return RunReport(argc, argv, 6021, kADiskCcTable, report::CheckDisks);
-    if (Given(argc, argv, "enclosure") && !Given(argc, argv, "vdisk"))
-        return RunReport(argc, argv, 6021, kEnclDiskTable, report::CheckDisks);
-    return RunReport(argc, argv, 6021, kADiskVdTable, report::CheckDisks);
+        chosen = kByCachecade;
+    else if (Given(argc, argv, "enclosure") && !Given(argc, argv, "vdisk"))
+        chosen = kByEnclosure;
+    return RunReport(argc, argv, 6021, kADiskCandidates, chosen);
 }
 
 CLPSResponse* ReportPhysicalDisks(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);
+    uint32_t chosen = kByVirtualDisk;
     if (!Given(argc, argv, "vdisk")) {
         if (Given(argc, argv, "cachecade"))
-            return RunReport(argc, argv, 6022, kPDiskCcTable, report::CheckDisks);
-        if (Given(argc, argv, "enclosure"))
-            return RunReport(argc, argv, 6022, kEnclDiskTable, report::CheckDisks);
+            chosen = kByCachecade;
+        else if (Given(argc, argv, "enclosure"))
+            chosen = kByEnclosure;
     }
-    return RunReport(argc, argv, 6022, kPDiskVdTable, report::CheckDisks);
+    return RunReport(argc, argv, 6022, kPDiskCandidates, chosen);
 }
 
 CLPSResponse* ReportTapeDrives(uint32_t argc, const char** argv) {
@@ -346,9 +447,8 @@ CLPSResponse* ReportConnectors(uint32_t argc, const char** argv) {
 
 CLPSResponse* ReportControllers(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);
-    if (Given(argc, argv, "dump"))
-        return RunReport(argc, argv, 6011, kDumpTable, report::CheckControllers);
-    return RunReport(argc, argv, 6011, kControllerTable, report::CheckControllers);
+    return RunReport(argc, argv, 6011, kControllerCandidates,
+                     Given(argc, argv, "dump") ? kDumps : kControllers);
 }
 
 CLPSResponse* ReportEnclosures(uint32_t argc, const char** argv) {

@@ -1,28 +1,40 @@
 // The system reports that touch storage: summary and version through the
 // command frame, and the alert log, which builds its response itself.
+#include <array>
 #include <cstdio>
 #include <cstring>
 
 #include "clps.h"
+#include "command_tables.h"
 #include "handlers.h"
 #include "ocs.h"
+#include "report_tables.h"
 #include "trace.h"
 #include "vkdb.h"
 #include "xmlsup.h"
 
 namespace {
 
+using kvclp::Report;
+
 // clang-format off
-constexpr CLPSNVParamRow kSummaryParams[] = {
+constexpr auto kSummaryParams = std::to_array<CLPSNVParamRow>({
     {nullptr, "includeComponents=", CLPS_VT_TEXT, CLPS_USE_FIXED_PAIR, "TRUE", 0},
     {nullptr, "ProductID=",         CLPS_VT_TEXT, CLPS_USE_FIXED_PAIR, "QTRN", 0},
-};
-constexpr CLPSNVActionRow kSummaryTable[] = {
-    {6, nullptr, "vkacmd=getEnclosureList",  nullptr, nullptr, "kvda", kSummaryParams, 2, "sm/cli/RptSumm.xsl", 0x40000000u},
-};
-constexpr CLPSNVActionRow kVersionTable[] = {
-    {6, nullptr, "vkacmd=getControllerList", nullptr, nullptr, "kvda", nullptr,        0, "sm/cli/RptVer.xsl",  0x40000000u},
-};
+});
+constexpr auto kSummaryTable = std::to_array<CLPSNVActionRow>({
+    Report("vkacmd=getEnclosureList",  kSummaryParams, "sm/cli/RptSumm.xsl", CLPS_ROW_SYSTEM),
+});
+constexpr auto kVersionTable = std::to_array<CLPSNVActionRow>({
+    Report("vkacmd=getControllerList", {},             "sm/cli/RptVer.xsl",  CLPS_ROW_SYSTEM),
+});
+
+constexpr auto kTables = std::to_array<kvclp::TableRef>({
+    {"vkreport system summary",       "", kSummaryTable},
+    {"vkreport servermodule summary", "", kSummaryTable},
+    {"vkreport system version",       "", kVersionTable},
+    {"vkreport servermodule version", "", kVersionTable},
+});
 // clang-format on
 
 constexpr uint32_t kValueSize = 256;
@@ -34,18 +46,22 @@ char g_pathNode[] = "<Path>C:\\WINNT\\bev.xml</Path>";
 
 }  // namespace
 
+const std::span<const kvclp::TableRef> report::kSystemReportTables = kTables;
+
 CLPSResponse* ReportSummary(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);
-    return CLPSNVCmdConfigFunc(argc, argv, 6951, 0, kSummaryTable, 1, "kvclp.xsl", nullptr);
+    return CLPSNVCmdConfigFunc(argc, argv, 6951, 0, kSummaryTable.data(), kSummaryTable.size(),
+                               "kvclp.xsl", nullptr);
 }
 
 CLPSResponse* ReportVersion(uint32_t argc, const char** argv) {
     LogCLIArgs(argv, argc);
-    return CLPSNVCmdConfigFunc(argc, argv, 0, 0, kVersionTable, 1, "kvclp.xsl", nullptr);
+    return CLPSNVCmdConfigFunc(argc, argv, 0, 0, kVersionTable.data(), kVersionTable.size(),
+                               "kvclp.xsl", nullptr);
 }
 
 // The alert log names a fixed file; the agent is asked, but its answer is
-// neither read nor released, as this report has always done.
+// neither read nor released: the report is the file's name alone.
 CLPSResponse* ReportAlertLog(uint32_t argc, const char** argv) {
     if ((VKDBPluginInstalledByPrefix("kvda") & 0xffffu) == 0) return nullptr;
     if (CLPSIsUsageHelp(argc, argv) == 1)

@@ -3,6 +3,7 @@
 // entry and exit lines and the argument trace.
 #include "trace.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -10,6 +11,9 @@
 #include <string>
 #include <string_view>
 
+#include "os/files.h"
+#include "os/paths.h"
+#include "passphrase.h"
 #include "text.h"
 
 namespace {
@@ -23,16 +27,29 @@ constexpr size_t kLineSize = 256;
 constexpr int kSettingsLines = 6;
 
 // Paths use this system's separator: the working directory's file is
-// "./name" and the root's is "root/name". The host always sets SystemRoot,
-// so the unset case ("/name") only reaches programs that load us on their own.
-constexpr const char* kFallbackPrefix = "./";
-constexpr const char* kSeparator = "/";
+// "./name" (".\name" on Windows) and the root's is "root/name". The host
+// always sets SystemRoot, so the unset case ("/name") only reaches programs
+// that load us on their own.
+std::string FallbackPath(const char* name) {
+    return std::string(".") + vk::os::PathSeparator() + name;
+}
 
+// Copies text into a fixed buffer, cut to fit.
+void CopyTruncated(char* dst, size_t size, std::string_view text) {
+    const size_t n = text.size() < size - 1 ? text.size() : size - 1;
+    std::memcpy(dst, text.data(), n);
+    dst[n] = '\0';
+}
+
+// Constant-initialised, so the settings are in place before any load-time
+// code of the module runs.
 struct TraceSettings {
     int32_t level = 0;
     int32_t target = -1;
     char name[kNameSize] = "rvstat64.log";
-    char path[kPathSize] = "./rvstat64.log";
+    // Composed by SysDbgInit from SystemRoot, or the fallback beside the
+    // working directory; nothing is written before that.
+    char path[kPathSize] = "";
 };
 
 TraceSettings g_trace;
@@ -45,15 +62,17 @@ struct FileCloser {
 };
 using File = std::unique_ptr<FILE, FileCloser>;
 
-// Leading decimal digits (optional blanks and sign first); 0 when there are
-// none. Values beyond 32 bits are clamped rather than wrapped.
-// Copies text into a fixed buffer, cut to fit.
-void CopyTruncated(char* dst, size_t size, std::string_view text) {
-    const size_t n = text.size() < size - 1 ? text.size() : size - 1;
-    std::memcpy(dst, text.data(), n);
-    dst[n] = '\0';
+// The trace shows command lines and the estate's identifiers: a file it
+// creates is readable by its owner and the administrators' group only.
+constexpr const char* kTraceGroup = "vkadmin";
+
+// Opens the trace file for writing ("w" truncates, "a" appends).
+File OpenForWriting(const char* path, bool append) {
+    return File(vk::os::OpenPrivateFile(path, append, kTraceGroup));
 }
 
+// Leading decimal digits (optional blanks and sign first); 0 when there are
+// none. Values beyond 32 bits are clamped rather than wrapped.
 int32_t ReadNumber(const char* text) {
     long long v = std::strtoll(text, nullptr, 10);
     if (v > INT32_MAX) return INT32_MAX;
@@ -62,7 +81,7 @@ int32_t ReadNumber(const char* text) {
 }
 
 void WriteDefaultSettings() {
-    File f(std::fopen(g_trace.path, "w"));
+    File f = OpenForWriting(g_trace.path, false);
     if (!f) return;  // an unwritable settings file is silently skipped
     std::fprintf(f.get(), "loglevel=%d\nlogtarget=%d\nlogpathfile=%s\n", g_trace.level,
                  g_trace.target, g_trace.path);
@@ -109,7 +128,7 @@ int32_t WriteText(const std::string& text) {
     if (g_trace.target < 0) return 0;
     if (g_trace.target == 0 || (g_trace.target & 1) != 0) {
         // Opened and closed around every write: no file stays open.
-        File f(std::fopen(g_trace.path, "a"));
+        File f = OpenForWriting(g_trace.path, true);
         if (f)
             written =
                 std::fputs(text.c_str(), f.get()) >= 0 ? static_cast<int32_t>(text.size()) : 0;
@@ -143,15 +162,13 @@ int32_t SysDbgInit(int32_t target, const char* fileName) {
     if (env != nullptr && readOk) CopyTruncated(root, sizeof root, env);
 
     if (!readOk) {
-        CopyTruncated(g_trace.path, sizeof g_trace.path,
-                      std::string(kFallbackPrefix) + g_trace.name);
+        CopyTruncated(g_trace.path, sizeof g_trace.path, FallbackPath(g_trace.name));
     } else if ((std::strlen(root) + 1) + (std::strlen(g_trace.name) + 1) > kPathSize) {
-        CopyTruncated(g_trace.path, sizeof g_trace.path,
-                      std::string(kFallbackPrefix) + g_trace.name);
+        CopyTruncated(g_trace.path, sizeof g_trace.path, FallbackPath(g_trace.name));
         rootTooLong = true;
     } else {
         CopyTruncated(g_trace.path, sizeof g_trace.path,
-                      std::string(root) + kSeparator + g_trace.name);
+                      std::string(root) + vk::os::PathSeparator() + g_trace.name);
     }
 
     g_trace.target = target;
@@ -223,8 +240,10 @@ void LogCLIArgs(const char** argv, uint32_t argc) {
     if (argc > 0 && SysDbgIsLevelEnabled(TRACE_LEVEL_DETAIL)) SysDbgPrint("KVCLP:CLI_ARGS:");
     for (uint32_t i = 0; i < argc; ++i) {
         const char* arg = argv[i] != nullptr ? argv[i] : "";
-        // Pass phrases never reach the trace.
-        if (i > 0 && std::strstr(arg, "passphrase") != nullptr) continue;
+        // Pass phrases never reach the trace: an argument spelt with the
+        // lower-case word is left out (the host lower-cases every name that
+        // mentions a pass phrase before it hands the line over).
+        if (i > 0 && vk::MentionsPassphrase(arg, vk::PassphraseCase::Exact)) continue;
         if (SysDbgIsLevelEnabled(TRACE_LEVEL_DETAIL)) SysDbgPrint("%s ", arg);
     }
     if (SysDbgIsLevelEnabled(TRACE_LEVEL_DETAIL)) SysDbgPrint("\n");

@@ -1,7 +1,9 @@
 #include "agent.h"
 
 #include <dlfcn.h>
+#include <grp.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -227,7 +230,22 @@ TEST_F(AgentTest, BadProfilesAreRefusedWithThePathOfTheItem) {
         {R"({"colour": "blue"})",                                            "$.colour: unknown field"},
         {R"({"overrides": [{"object": "controller=3", "set": {"A": "1"}}]})", "$.overrides[0].object: no such object"},
         {R"({"controllers": [{"props": {"_x": "1"}}]})",                     "$.controllers[0].props._x"},
-        {R"({"controllers": [)",                                             "not valid JSON"},
+        {R"({"controllers": [)",                                             "not valid JSON at byte 18"},
+        {"{\"description\": \"a\xff\"}",                                      "not valid UTF-8 at byte 19"},
+        {R"({"controllers": [{"count": 1e400}]})",                           "a number in it is too large"},
+        // counts are checked against the enclosure and the controller
+        {R"({"controllers": [{"connectors": [{"enclosures": [{"slots": 12}], "disks": [{"enclosure": 0, "slot": 99}]}]}]})", "$.controllers[0].connectors[0].disks[0].slot: slot 99 is beyond the 12 slots"},
+        {R"({"controllers": [{"count": 9223372036854775808}]})",              "$.controllers[0].count: value 9223372036854775808 out of range 1 to 64"},
+        {R"({"controllers": [{"count": 40}, {"count": 40}]})",                "$.controllers[1].count: 80 controllers are more than the 64 allowed"},
+        {R"({"controllers": [{"connectors": [{"enclosures": [{"slots": 12}], "disk_groups": [{"count": 13}]}]}]})", "$.controllers[0].connectors[0].disk_groups[0].count: 13 disks do not fit: 12 free slots"},
+        {R"({"controllers": [{"connectors": [{"enclosures": [{"id": 250, "count": 10}]}]}]})", "run past the largest id, 255"},
+        {R"({"controllers": [{"max_vdisks": 1, "connectors": [{"disk_groups": [{"count": 8}]}], "vdisk_groups": [{"count": 2}]}]})", "$.controllers[0].vdisk_groups[0].count: 2 virtual disks are more than controller 0 holds (1)"},
+        {R"({"description": "a\u0001b"})",                                   "$.description: 'a\\x01b': character U+0001 at offset 1 is a control character"},
+        {R"({"controllers": [{"props": {"Name": "\uFFFE"}}]})",              "$.controllers[0].props.Name: '\\xEF\\xBF\\xBE': character U+FFFE"},
+        {R"({"controllers": [{"props": {"a b<": "x"}}]})",                   "$.controllers[0].props.a b<: not a tag name"},
+        {R"({"overrides": [{"object": "controller=0", "set": {"1A": "x"}}]})", "$.overrides[0].set.1A: not a tag name"},
+        {R"({"col\u001bour": "blue"})",                                      "$.col\\x1Bour: the name character U+001B"},
+        {std::string(100, '[') + std::string(100, ']'),                      "nested deeper than 64 levels"},
     };
     // clang-format on
     for (const auto& [text, message] : cases) {
@@ -237,6 +255,73 @@ TEST_F(AgentTest, BadProfilesAreRefusedWithThePathOfTheItem) {
         } catch (const Error& e) {
             EXPECT_NE(std::string(e.what()).find(message), std::string::npos) << e.what();
             EXPECT_EQ(std::string(e.what()).rfind("p.json: ", 0), 0u) << e.what();
+        }
+    }
+}
+
+TEST_F(AgentTest, ProfilesAreReadOnlyFromRegularFilesOfBoundedSize) {
+    const fs::path fifo = dir_ / "fifo.json", big = dir_ / "big.json";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    { std::ofstream(big) << "{}"; }
+    fs::resize_file(big, 17u << 20);
+    // clang-format off
+    const std::vector<std::pair<fs::path, std::string>> cases{
+        {fifo,            "is not a regular file"},
+        {"/dev/zero",     "is not a regular file"},
+        {"/dev/urandom",  "is not a regular file"},
+        {dir_,            "is not a regular file"},
+        {big,             "is larger than 16 MiB"},
+        {dir_ / "none",   "cannot read profile"},
+    };
+    // clang-format on
+    for (const auto& [file, message] : cases) {
+        try {
+            readProfile(file);
+            ADD_FAILURE() << "read " << file;
+        } catch (const Error& e) {
+            EXPECT_NE(std::string(e.what()).find(message), std::string::npos) << e.what();
+        }
+    }
+}
+
+TEST_F(AgentTest, GeneratedProfilesHaveTheAskedShape) {
+    auto count = [](const Estate& e, std::string_view k, int64_t g) { return e.of(k, g).size(); };
+    Estate two = buildEstate(generateProfile("controllers=2,disks=130,slots=12,vdisks=3,media=ssd"),
+                             "generated");
+    ASSERT_EQ(two.all(kind::kController).size(), 2u);
+    for (int64_t g : {0, 1}) {
+        EXPECT_EQ(count(two, kind::kDisk, g), 130u);
+        EXPECT_EQ(count(two, kind::kEnclosure, g), 11u);  // shelves of 12 slots
+        EXPECT_EQ(count(two, kind::kVdisk, g), 3u);
+        EXPECT_EQ(two.find(kind::kDisk, g, "0:10:9")->get("MediaType"), "2");
+    }
+    // a shipped profile's controllers first: controller 0 as in that profile
+    Estate def = buildEstate(readProfile(resolveProfile("default")), "default");
+    Estate both = buildEstate(generateProfile("base=default,disks=5000"), "generated");
+    const auto defaults = def.all(kind::kController).size();
+    ASSERT_EQ(both.all(kind::kController).size(), defaults + 1);
+    for (int64_t g = 0; g < static_cast<int64_t>(defaults); ++g)
+        EXPECT_EQ(count(both, kind::kDisk, g), count(def, kind::kDisk, g));
+    EXPECT_EQ(count(both, kind::kDisk, static_cast<int64_t>(defaults)), 5000u);
+    // clang-format off
+    const std::vector<std::pair<std::string, std::string>> bad{
+        {"disks=x",                    "disks 'x' is not a number from 0 to 1048576"},
+        {"controllers=0",              "controllers '0' is not a number from 1 to 64"},
+        {"colour=blue",                "unknown key 'colour'; valid keys: base, controllers"},
+        {"disks",                      "'disks' is not key=value"},
+        {"disks=10,vdisks=6",          "6 two-disk virtual disks need 12 disks, not 10"},
+        {"disks=300000,slots=12",      "300000 disks do not fit on one controller: at most 49152"},
+        {"media=tape",                 "media 'tape' is not hdd or ssd"},
+        {"base=none-such",             "cannot read profile"},
+        {"base=default,controllers=62", "65 controllers are more than the 64 allowed"},
+    };
+    // clang-format on
+    for (const auto& [spec, message] : bad) {
+        try {
+            buildEstate(generateProfile(spec), "generated");
+            ADD_FAILURE() << "accepted: " << spec;
+        } catch (const Error& e) {
+            EXPECT_NE(std::string(e.what()).find(message), std::string::npos) << e.what();
         }
     }
 }
@@ -295,6 +380,198 @@ TEST_F(AgentTest, JournalHidesPassPhrases) {
     EXPECT_EQ(lines[0].find("Secret1!"), std::string::npos);
     agent().store().clearJournal();
     EXPECT_TRUE(agent().store().journalLines().empty());
+}
+
+TEST_F(AgentTest, JournalKeepsTheLastRequests) {
+    agent().store().setJournalSize(3);
+    for (int i = 0; i < 5; ++i)
+        agent().send({"vkacmd=getBattery", "GlobalNo=0", "BatteryID=" + std::to_string(i)});
+    auto lines = agent().store().journalLines();
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines.front().substr(0, lines.front().find(" =>")),
+              "vkacmd=getBattery GlobalNo=0 BatteryID=2");
+    EXPECT_THROW(agent().store().setJournalSize(0), Error);
+}
+
+// What one process changed and answered is what any other process reads:
+// objects written back, and the columns indexed queries select by (the
+// controller's disk summary behind its "create virtual disk" bit).
+TEST_F(AgentTest, WhatTheAgentAnswersIsWhatIsStored) {
+    agent();
+    ask({"vkacmd=setVDdelete", "GlobalNo=0", "LogicalDriveNum=1"});
+    ask({"vkacmd=setCntrlCreateVD", "GlobalNo=0", "Layout=64", "adisk=0:0:2,0:0:3,0:0:4"});
+    ask({"vkacmd=setArrayDiskGlobalHotSpare", "GlobalNo=0", "adisk=0:0:5", "set=yes"});
+    agent().mutate(
+        [&](Estate& e, int64_t& now) { failObject(e, now, e.find(kind::kDisk, 0, "0:0:3")->oid); });
+    auto createBit = [&](Agent& a) {
+        const std::string text = a.send({"vkacmd=getController", "GlobalNo=0"});
+        return (fromMask(objects(text).at(0)["CurrentMethodMask"]) & 0x40) != 0;
+    };
+    EXPECT_TRUE(createBit(agent()));
+    for (const Object* d : agent().estate().of(kind::kDisk, 0))
+        if (d->num("ObjState") == state::kReady)
+            agent().store().setOverride(d->oid, "ObjState", std::to_string(state::kFailed));
+    Agent other(path_);
+    EXPECT_EQ(other.send({"vkacmd=getStoreDump"}), dump());
+    EXPECT_FALSE(createBit(other));
+    EXPECT_FALSE(createBit(agent()));
+}
+
+TEST_F(AgentTest, StateFilesAreNotReadableByOthers) {
+    const mode_t old = umask(022);
+    agent();
+    umask(old);
+    std::optional<gid_t> admins;
+    if (const group* g = getgrnam("vkadmin")) admins = g->gr_gid;
+    for (const char* suffix : {"", "-wal", "-shm"}) {
+        struct stat st {};
+        ASSERT_EQ(stat((path_.string() + suffix).c_str(), &st), 0) << suffix;
+        EXPECT_EQ(st.st_mode & 0777, 0640u) << suffix;
+        if (admins && geteuid() == 0) {
+            EXPECT_EQ(st.st_gid, *admins) << suffix;
+        }
+    }
+}
+
+// A report reads an estate its user may not write (a root-owned 0644 file in
+// a 0755 directory), with its log and shared memory or without them: it
+// answers from the stored state and writes nothing, even while an
+// operation's progress is due.
+TEST_F(AgentTest, AReaderAnswersFromAnEstateItMayNotWrite) {
+    ask({"vkacmd=setBatteryStartLearn", "GlobalNo=0", "BatteryID=0"}, 0);
+    agent_.reset();
+    std::string as;  // how to run the tool as a user who may not write
+    if (geteuid() == 0) {
+        if (system("setpriv --version > /dev/null 2>&1") != 0)
+            GTEST_SKIP() << "running as root without setpriv to become another user";
+        as = "setpriv --reuid=65534 --regid=65534 --clear-groups ";
+    }
+    const fs::perms file = geteuid() == 0 ? fs::perms(0644) : fs::perms(0444);
+    const fs::perms dir = geteuid() == 0 ? fs::perms(0755) : fs::perms(0555);
+    auto snapshot = [&] {
+        std::string all;
+        for (const auto& f : fs::directory_iterator(dir_)) {
+            std::ifstream in(f.path(), std::ios::binary);
+            all += f.path().filename().string() +
+                   std::string((std::istreambuf_iterator<char>(in)), {});
+        }
+        return all;
+    };
+    for (const bool companions : {true, false}) {
+        SCOPED_TRACE(companions ? "with -wal and -shm" : "the file alone");
+        if (!companions) {
+            Db db(path_.string());
+            db.exec("PRAGMA wal_checkpoint(TRUNCATE)");
+        }
+        for (const char* suffix : {"-wal", "-shm"})
+            if (!companions) fs::remove(path_.string() + suffix);
+        for (const auto& f : fs::directory_iterator(dir_)) fs::permissions(f.path(), file);
+        fs::permissions(dir_, dir);
+        const std::string before = snapshot();
+        const std::string cmd = as + "env KVDA_TIME_SCALE=100000 KVDA_STATE=" + path_.string() +
+                                " " + VK_TEST_KVDA +
+                                " send vkacmd=getBattery GlobalNo=0 BatteryID=0";
+        std::string out;
+        if (FILE* p = popen((cmd + " 2>&1").c_str(), "r")) {
+            std::array<char, 4096> buf{};
+            for (size_t n; (n = fread(buf.data(), 1, buf.size(), p)) > 0;)
+                out.append(buf.data(), n);
+            pclose(p);
+        }
+        fs::permissions(dir_, fs::perms(0755));
+        for (const auto& f : fs::directory_iterator(dir_))
+            fs::permissions(f.path(), fs::perms(0640));
+        EXPECT_EQ(statusOf(out), 0) << out;
+        auto battery = objects(out);
+        ASSERT_EQ(battery.size(), 1u) << out;
+        EXPECT_EQ(battery[0]["Progress"], "0");  // the progress last written
+        EXPECT_EQ(snapshot(), before);
+    }
+    // the owner, who may write, brings the learn cycle on at the same time scale
+    setenv("KVDA_TIME_SCALE", "100000", 1);
+    usleep(50000);
+    EXPECT_NE(ask({"vkacmd=getBattery", "GlobalNo=0", "BatteryID=0"}).at(0)["Progress"], "0");
+    EXPECT_EQ(agent().store().journalLines().size(), 2u);  // the owner's requests only
+}
+
+// Text an answer cannot carry is refused where it enters (a request, an
+// override), in the agent's own words; every answer stays well-formed and
+// controller 0 stays reachable and unchanged after each attempt.
+TEST_F(AgentTest, TextAnswersCannotCarryIsRefusedAtTheDoor) {
+    struct Bad {
+        const char* what;
+        std::string text;
+        const char* fault;
+    };
+    // clang-format off
+    const std::vector<Bad> values{
+        {"control character", "k\x01",        "character U+0001"},
+        {"escape sequence",   "\x1b[31m",     "character U+001B"},
+        {"invalid UTF-8",     "a\xff",        "byte 0xFF"},
+        {"non-character",     "\xef\xbf\xbe", "character U+FFFE"},
+        {"encoded surrogate", "\xed\xa0\x80", "byte 0xED"},
+        {"overlong slash",    "\xc0\xaf",     "byte 0xC0"},
+        {"cut sequence",      "ab\xe2\x82",   "byte 0xE2"},
+    };
+    // clang-format on
+    const std::vector<std::string> env{"VK_SHARE_DIR=" VK_TEST_SHARE_DIR, "KVDA_TIME_SCALE=0",
+                                       "KVDA_STATE=" + path_.string()};
+    const std::string before = dump();
+    auto reachable = [&] {
+        const std::string list = agent().send({"vkacmd=getControllerList"});
+        EXPECT_TRUE(wellFormed(list)) << list;
+        EXPECT_EQ(objects(list).size(), 3u);
+        EXPECT_EQ(dump(), before);
+    };
+    for (const Bad& v : values) {
+        SCOPED_TRACE(v.what);
+        // a value, a pass phrase (named, never shown), a name, the request
+        const std::vector<std::pair<std::vector<std::string>, std::string>> requests{
+            {{"vkacmd=setCntrlSecurityKey", "GlobalNo=0", "keyid=" + v.text,
+              "Passphrase=Secret#123"},
+             "bad value of keyid"},
+            {{"vkacmd=setCntrlSecurityKey", "GlobalNo=0", "keyid=k", "Passphrase=Se" + v.text},
+             "bad value of Passphrase: "},
+            {{"vkacmd=setVDChangeName", "GlobalNo=0", "LogicalDriveNum=0", "Name" + v.text + "=x"},
+             "bad name"},
+            {{"vkacmd=get" + v.text}, "bad value of vkacmd"},
+        };
+        for (const auto& [request, message] : requests) {
+            SCOPED_TRACE(request.back());
+            const std::string answer = agent().send(request);
+            EXPECT_EQ(statusOf(answer), status::kBadValue) << answer;
+            EXPECT_TRUE(wellFormed(answer)) << answer;
+            EXPECT_NE(answer.find(message), std::string::npos) << answer;
+            EXPECT_NE(answer.find(v.fault), std::string::npos) << answer;
+            EXPECT_EQ(answer.find("Se" + v.text), std::string::npos) << answer;
+            reachable();
+        }
+        for (const std::string& word : {"Name=" + v.text, "Vendor" + v.text + "=x"}) {
+            SCOPED_TRACE(word);
+            const ToolRun r = runTool({"set", "controller=0", word}, env, dir_);
+            EXPECT_EQ(r.exit, 1) << r.err;
+            EXPECT_NE(r.err.find(v.fault), std::string::npos) << r.err;
+            reachable();
+        }
+    }
+    const ToolRun r = runTool({"set", "controller=0", "a b<=x"}, env, dir_);
+    EXPECT_EQ(r.exit, 1);
+    EXPECT_EQ(r.err, "kvda: bad tag name 'a b<'\n");
+    // The journal shows what was refused without passing it on to a terminal.
+    for (const auto& line : agent().store().journalLines())
+        EXPECT_EQ(line.find('\x1b'), std::string::npos) << line;
+}
+
+// Text stored before these checks (an older state file) is answered escaped
+// and a tag that is not an element name left out: the answer stays readable.
+TEST_F(AgentTest, AnswersStayWellFormedWhateverTheStateFileHolds) {
+    const int64_t oid = find(kind::kController, 0, "0").oid;
+    agent().store().setOverride(oid, "Name", "k\x01\xff");
+    agent().store().setOverride(oid, "a b<", "x");
+    const std::string answer = agent().send({"vkacmd=getController", "GlobalNo=0"});
+    ASSERT_TRUE(wellFormed(answer)) << answer;
+    EXPECT_EQ(objects(answer).at(0)["Name"], "k\\x01\\xFF");
+    EXPECT_EQ(answer.find("a b"), std::string::npos);
 }
 
 TEST_F(AgentTest, ChangesPersistAcrossProcessesAndConcurrentWritersLoseNothing) {

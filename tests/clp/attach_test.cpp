@@ -2,14 +2,15 @@
 // file in SystemRoot when the level asks for them, and handlers trace their
 // arguments without pass phrases.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 
+#include "os/environment.h"
 #include "plugin_loader.h"
+#include "temp_dir.h"
 
 namespace fs = std::filesystem;
 
@@ -25,10 +26,8 @@ std::string ReadFile(const fs::path& p) {
 class AttachTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        std::string tmpl = (fs::temp_directory_path() / "vk-attach-XXXXXX").string();
-        ASSERT_NE(mkdtemp(tmpl.data()), nullptr);
-        root_ = tmpl;
-        setenv("SystemRoot", root_.c_str(), 1);
+        root_ = vktest::MakeTempDir("vk-attach-");
+        vk::os::SetEnvironment("SystemRoot", root_.string().c_str());
     }
     void TearDown() override {
         plugin_.Unload();
@@ -41,7 +40,7 @@ class AttachTest : public ::testing::Test {
 
 TEST_F(AttachTest, LevelFourTracesAttachArgumentsAndDetach) {
     std::ofstream(Log()) << "loglevel=4\n";
-    ASSERT_TRUE(plugin_.Load()) << dlerror();
+    ASSERT_TRUE(plugin_.Load()) << plugin_.error;
     EXPECT_EQ(ReadFile(Log()), "loglevel=4\nKVCLIP:ModuleAttach: entry\n");
 
     CommandLine cl("vkconfig storage controller action=setkey passphrase=s3cret controller=0");
@@ -57,7 +56,7 @@ TEST_F(AttachTest, LevelFourTracesAttachArgumentsAndDetach) {
 }
 
 TEST_F(AttachTest, DefaultLevelWritesOnlyTheSettings) {
-    ASSERT_TRUE(plugin_.Load()) << dlerror();
+    ASSERT_TRUE(plugin_.Load()) << plugin_.error;
     CommandLine cl("vkreport storage pdisk controller=0");
     plugin_.freeResponse(plugin_.sendRequest(cl.argc(), cl.argv()));
     plugin_.Unload();

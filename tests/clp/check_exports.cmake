@@ -1,30 +1,44 @@
-# Fails when the plug-in defines a dynamic symbol other than its four entry
-# points and the few the toolchain always adds.
-execute_process(COMMAND ${NM} -D --defined-only ${PLUGIN}
-  OUTPUT_VARIABLE out RESULT_VARIABLE rc)
-if(NOT rc EQUAL 0)
-  message(FATAL_ERROR "nm failed on ${PLUGIN}")
-endif()
-set(allowed kvclp64_sendRequest kvclp64_freeResponse kvclp64_getRequiredUserRights
-  kvclp64_destroyCLIP _init _fini _edata _end __bss_start)
-string(REPLACE "\n" ";" lines "${out}")
+# Fails when the plug-in exports anything but its four entry points under
+# their C names. A shared object is read with nm (the toolchain adds a few
+# symbols of its own); a Windows DLL with objdump's export table.
+set(entry_points kvclp64_sendRequest kvclp64_freeResponse kvclp64_getRequiredUserRights
+  kvclp64_destroyCLIP)
 set(found "")
 set(extra "")
+if(PLUGIN MATCHES "\\.dll$")
+  execute_process(COMMAND ${OBJDUMP} -p ${PLUGIN} OUTPUT_VARIABLE out RESULT_VARIABLE rc)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "objdump failed on ${PLUGIN}")
+  endif()
+  # The name table lists one "[ordinal] name" line per export.
+  string(REGEX MATCH "\\[Ordinal/Name Pointer\\] Table[^\n]*\n(([ \t]+\\[[ 0-9]+\\] [^\n]*\n)*)"
+    table "${out}")
+  string(REPLACE "\n" ";" lines "${CMAKE_MATCH_1}")
+  set(allowed ${entry_points})
+  set(pattern "^[ \t]+\\[[ 0-9]+\\] ([^ ]+)$")
+else()
+  execute_process(COMMAND ${NM} -D --defined-only ${PLUGIN} OUTPUT_VARIABLE out RESULT_VARIABLE rc)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "nm failed on ${PLUGIN}")
+  endif()
+  string(REPLACE "\n" ";" lines "${out}")
+  set(allowed ${entry_points} _init _fini _edata _end __bss_start)
+  set(pattern "^[0-9a-fA-F]* *[A-Za-z] ([^ ]+)$")
+endif()
 foreach(line IN LISTS lines)
-  if(line MATCHES "^[0-9a-fA-F]* *([A-Za-z]) ([^ ]+)$")
-    set(name ${CMAKE_MATCH_2})
+  if(line MATCHES "${pattern}")
+    set(name ${CMAKE_MATCH_1})
     list(APPEND found ${name})
     list(FIND allowed ${name} idx)
     if(idx EQUAL -1)
-      list(APPEND extra "${CMAKE_MATCH_1} ${name}")
+      list(APPEND extra "${name}")
     endif()
   endif()
 endforeach()
-foreach(name kvclp64_sendRequest kvclp64_freeResponse kvclp64_getRequiredUserRights
-    kvclp64_destroyCLIP)
+foreach(name IN LISTS entry_points)
   list(FIND found ${name} idx)
   if(idx EQUAL -1)
-    message(FATAL_ERROR "entry point ${name} is not exported")
+    message(FATAL_ERROR "entry point ${name} is not exported under its C name (exports: ${found})")
   endif()
 endforeach()
 if(extra)

@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "ocs.h"
+#include "os/environment.h"
+#include "temp_dir.h"
 #include "vkdb.h"
 
 namespace fs = std::filesystem;
@@ -87,8 +89,14 @@ TEST(CcdtTest, SendCallsTheMatchedHandler) {
     Resp r(CLPSSendRequest(3, argv.data(), table.data(), 2, &state));
     ASSERT_NE(r, nullptr);
     EXPECT_EQ(r->msgId, 2u);
+    // A word no row knows is named instead of being passed to a handler.
     auto other = Words({"vk", "config"});
-    EXPECT_EQ(CLPSSendRequest(2, other.data(), table.data(), 2, &state), nullptr);
+    Resp unknown(CLPSSendRequest(2, other.data(), table.data(), 2, &state));
+    ASSERT_NE(unknown, nullptr);
+    EXPECT_EQ(unknown->msgId, static_cast<uint32_t>(CLPS_MSG_BAD_WORD));
+    EXPECT_STREQ(unknown->msgArg1, "config");
+    auto foreign = Words({"xx", "report"});
+    EXPECT_EQ(CLPSSendRequest(2, foreign.data(), table.data(), 2, &state), nullptr);
     EXPECT_EQ(CLPSFindCCDTRow(3, argv.data(), nullptr, 2), nullptr);
 }
 
@@ -126,7 +134,10 @@ TEST(UsageTest, HelpWords) {
     const std::vector<Case> cases = {
         {Words({"vkreport", "storage", "-?"}),    1},
         {Words({"vkreport", "storage", "HELP"}),  1},
-        {Words({"help"}),                         1},
+        {Words({"vkreport", "-h", "storage"}),    1},
+        {Words({"vkreport", "storage", "--Help"}), 1},
+        {Words({"help"}),                         0},  // the program's name
+        {Words({"vkreport", "--helpme"}),         0},
         {Words({"vkreport", "storage", "pdisk", "controller=0", "-?"}), 1},
         {Words({"vkreport", "storage"}),          0},
         {Words({"vkreport", "helpme"}),           0},
@@ -251,10 +262,8 @@ class AgentRequestTest : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
         // No agent module may stand in when the fake is removed.
-        std::string tmpl = (fs::temp_directory_path() / "vk-agents-XXXXXX").string();
-        ASSERT_NE(mkdtemp(tmpl.data()), nullptr);
-        emptyDir_ = tmpl;
-        setenv("VK_AGENT_DIR", emptyDir_.c_str(), 1);
+        emptyDir_ = vktest::MakeTempDir("vk-agents-");
+        vk::os::SetEnvironment("VK_AGENT_DIR", emptyDir_.string().c_str());
     }
     static void TearDownTestSuite() { fs::remove_all(emptyDir_); }
     void SetUp() override {

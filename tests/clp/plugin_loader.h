@@ -1,40 +1,35 @@
-// Loads the plug-in the way the host does: dlopen and the four names.
+// Loads the plug-in the way the host does: the module and its four names.
 #ifndef VK_TESTS_CLP_PLUGIN_LOADER_H
 #define VK_TESTS_CLP_PLUGIN_LOADER_H
-
-#include <dlfcn.h>
 
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "kvclp64.h"
+#include "os/module.h"
 
 struct Plugin {
-    void* handle = nullptr;
+    vk::os::Module module;
+    std::string error;  // why the last Load failed
     kvclp64_sendRequest_fn sendRequest = nullptr;
     kvclp64_freeResponse_fn freeResponse = nullptr;
     kvclp64_getRequiredUserRights_fn getRequiredUserRights = nullptr;
     kvclp64_destroyCLIP_fn destroyCLIP = nullptr;
 
     bool Load() {
-        handle = dlopen(KVCLP64_PATH, RTLD_NOW | RTLD_LOCAL);
-        if (handle == nullptr) return false;
-        sendRequest =
-            reinterpret_cast<kvclp64_sendRequest_fn>(dlsym(handle, "kvclp64_sendRequest"));
+        module = vk::os::Module::Load(KVCLP64_PATH, error);
+        if (!module) return false;
+        sendRequest = reinterpret_cast<kvclp64_sendRequest_fn>(module.Find("kvclp64_sendRequest"));
         freeResponse =
-            reinterpret_cast<kvclp64_freeResponse_fn>(dlsym(handle, "kvclp64_freeResponse"));
+            reinterpret_cast<kvclp64_freeResponse_fn>(module.Find("kvclp64_freeResponse"));
         getRequiredUserRights = reinterpret_cast<kvclp64_getRequiredUserRights_fn>(
-            dlsym(handle, "kvclp64_getRequiredUserRights"));
-        destroyCLIP =
-            reinterpret_cast<kvclp64_destroyCLIP_fn>(dlsym(handle, "kvclp64_destroyCLIP"));
+            module.Find("kvclp64_getRequiredUserRights"));
+        destroyCLIP = reinterpret_cast<kvclp64_destroyCLIP_fn>(module.Find("kvclp64_destroyCLIP"));
         return sendRequest != nullptr && freeResponse != nullptr &&
                getRequiredUserRights != nullptr && destroyCLIP != nullptr;
     }
-    void Unload() {
-        if (handle != nullptr) dlclose(handle);
-        handle = nullptr;
-    }
+    void Unload() { module = vk::os::Module(); }
 };
 
 // A command line split at blanks, as the host hands it over.

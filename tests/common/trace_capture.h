@@ -2,8 +2,6 @@
 // given level and reads back the lines written after start-up.
 #pragma once
 
-#include <unistd.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -11,6 +9,8 @@
 #include <sstream>
 #include <string>
 
+#include "os/environment.h"
+#include "temp_dir.h"
 #include "trace.h"
 
 namespace vktest {
@@ -20,24 +20,22 @@ namespace vktest {
 class TraceCapture {
   public:
     explicit TraceCapture(int level) {
-        dir_ = std::filesystem::temp_directory_path() /
-               ("vk-trace-" + std::to_string(::getpid()) + "-" + std::to_string(counter_++));
-        std::filesystem::create_directories(dir_);
+        dir_ = MakeTempDir("vk-trace-");
         std::ofstream(dir_ / kName) << "loglevel=" << level << "\nlogtarget=1\n";
         const char* old = std::getenv("SystemRoot");
         if (old != nullptr) {
             oldRoot_ = old;
         }
-        ::setenv("SystemRoot", dir_.c_str(), 1);
+        vk::os::SetEnvironment("SystemRoot", dir_.string().c_str());
         SysDbgInit(1, kName);
-        settingsSize_ = std::filesystem::file_size(dir_ / kName);
+        settingsSize_ = All().size();
     }
     ~TraceCapture() {
         SysDbgReset();
         if (oldRoot_) {
-            ::setenv("SystemRoot", oldRoot_->c_str(), 1);
+            vk::os::SetEnvironment("SystemRoot", oldRoot_->c_str());
         } else {
-            ::unsetenv("SystemRoot");
+            vk::os::UnsetEnvironment("SystemRoot");
         }
         std::error_code ec;
         std::filesystem::remove_all(dir_, ec);
@@ -45,22 +43,24 @@ class TraceCapture {
     TraceCapture(const TraceCapture&) = delete;
     TraceCapture& operator=(const TraceCapture&) = delete;
 
-    std::string Text() const {
-        std::ifstream in(dir_ / kName);
-        std::stringstream all;
-        all << in.rdbuf();
-        return all.str().substr(settingsSize_);
-    }
+    std::string Text() const { return All().substr(settingsSize_); }
     bool HasLine(const std::string& line) const {
         return ("\n" + Text()).find("\n" + line + "\n") != std::string::npos;
     }
 
   private:
+    // The whole file read as text, so line ends are "\n" on every system.
+    std::string All() const {
+        std::ifstream in(dir_ / kName);
+        std::stringstream all;
+        all << in.rdbuf();
+        return all.str();
+    }
+
     static constexpr const char* kName = "vktest.log";
-    static inline int counter_ = 0;
     std::filesystem::path dir_;
     std::optional<std::string> oldRoot_;
-    std::uintmax_t settingsSize_ = 0;
+    size_t settingsSize_ = 0;
 };
 
 }  // namespace vktest

@@ -21,6 +21,7 @@
 
 #include "clps.h"
 #include "kvclp64.h"
+#include "os/environment.h"
 #include "vkdb.h"
 
 namespace fake {
@@ -30,7 +31,7 @@ using Tags = std::vector<std::pair<std::string, std::string>>;
 
 // Only the in-process agent answers: no agent module is found.
 inline const bool kNoAgentModules = [] {
-    setenv("VK_AGENT_DIR", "/nonexistent/vk-agents", 1);
+    vk::os::SetEnvironment("VK_AGENT_DIR", "/nonexistent/vk-agents");
     return true;
 }();
 

@@ -358,15 +358,15 @@ TEST_F(FrameTest, FrameRefusalsNameTheParameterAndTheValidChoices) {
          1501,
          "controller",
          "None - this command takes no parameters"},
-        {{"action=blink", "controller=0", "adisk=0:1", "stray"},
-         1501,
-         "stray",
-         "name=value words only"},
+        {{"action=blink", "controller=0", "adisk=0:1", "stray"}, 1508, "stray", "name=value words"},
+        {{"action=blink", "stray", "controller=0", "adisk=0:1"}, 1508, "stray", "name=value words"},
         {{"action=blink", "controller=0", "controller=1", "adisk=0:1"},
          1501,
          "controller",
          "controller once only"},
-        // Hidden rows are accepted but never listed.
+        // A near miss is pointed at; hidden rows are accepted but never listed.
+        {{"action=blnk"}, 1513, "blnk", "blink"},
+        {{"action=setcach"}, 1513, "setcach", "setcache"},
         {{"action=dance"},
          1504,
          "dance",
@@ -416,12 +416,58 @@ TEST_F(FrameTest, CallbackRefusalComesBackWithItsNumberAndTexts) {
         ExpectMessage(r.get(), static_cast<uint32_t>(c.result), c.text1, c.text2);
         EXPECT_TRUE(agent_.requests.empty());
     }
-    // Texts longer than the buffers are cut to them.
-    callback_.result = 1600;
-    callback_.text1 = std::string(2000, 'x');
-    ResponsePtr r = Run(kActions, {"action=blink", "controller=7", "adisk=0:9"});
-    ASSERT_NE(r, nullptr);
-    EXPECT_EQ(std::strlen(r->msgArg1), CLPS_ERR_TEXT_SIZE - 1);
+    // A full 2,048-byte list of disk ids comes back whole; what is longer
+    // than the buffers is cut to them.
+    callback_.result = 1602;
+    for (const size_t length : {size_t{2047}, size_t{CLPS_ERR_TEXT_SIZE + 100}}) {
+        callback_.text2 = std::string(length, 'x');
+        ResponsePtr r = Run(kActions, {"action=blink", "controller=7", "adisk=0:9"});
+        ASSERT_NE(r, nullptr);
+        EXPECT_EQ(std::strlen(r->msgArg2), std::min<size_t>(length, CLPS_ERR_TEXT_SIZE - 1));
+    }
+}
+
+// Checks that know an estate of controllers 0 and 1, each with virtual
+// disks 0 and 1, as the plug-in's callbacks do: an identifier given that is
+// not there is refused with the ones that are.
+int32_t KnowsTheEstate(void*, void*, uint32_t userCount, const char** userWords, uint32_t*,
+                       const char**, void*, void*, char* errText1, char* errText2) {
+    constexpr std::pair<const char*, int32_t> kChecked[] = {{"controller=", 1600},
+                                                            {"vdisk=", 1604}};
+    for (const auto& [name, refusal] : kChecked) {
+        for (uint32_t i = 0; i < userCount; ++i) {
+            const std::string word = userWords[i];
+            if (word.rfind(name, 0) != 0) continue;
+            const std::string value = word.substr(std::strlen(name));
+            if (value == "0" || value == "1") continue;
+            std::snprintf(errText1, CLPS_ERR_TEXT_SIZE, "%s", value.c_str());
+            std::snprintf(errText2, CLPS_ERR_TEXT_SIZE, "0, 1");
+            return refusal;
+        }
+    }
+    return CLPS_VALIDATE_SEND;
+}
+
+TEST_F(FrameTest, AMissingIdentifierIsNamedWithTheOnesThatExist) {
+    const std::vector<RefusalCase> actions = {
+        {{"action=blink", "adisk=0:1"}, 1500, "controller", "one of 0, 1"},
+        // The checks know no disks: the form is all the frame can say.
+        {{"action=blink", "controller=1"}, 1500, "adisk", kDiskForm},
+    };
+    RunRefusals(
+        this, actions,
+        [](FrameTest* t, const Strings& w) { return t->Run(kActions, w, KnowsTheEstate); }, agent_);
+    // A report line that would fit a row but for an identifier it lacks is
+    // refused for that identifier, before any check of what was given.
+    const std::vector<RefusalCase> reports = {
+        {{"vdisk=7"}, 1500, "controller", "one of 0, 1"},
+        {{"info=fans", "index=2"}, 1500, "controller", "one of 0, 1"},
+        {{"vdisk=1"}, 1500, "controller", "one of 0, 1"},
+    };
+    RunRefusals(
+        this, reports,
+        [](FrameTest* t, const Strings& w) { return t->Run(kReport, w, KnowsTheEstate, "rep"); },
+        agent_);
 }
 
 TEST_F(FrameTest, ObjectsNameAMissingChoiceBeforeTheFrameDoes) {
@@ -520,6 +566,131 @@ TEST_F(FrameTest, ReportUsageListsTheParametersTheRowsTake) {
               "<Keyword>fans</Keyword></Param>"
               "<Param name=\"index\" required=\"no\" type=\"number\"></Param>"
               "</Usage>");
+}
+
+// ---- several candidate tables ----------------------------------------------------------
+// A handler that picks its table by the command line: the chosen table
+// serves, help and descriptions take every candidate.
+TEST_F(FrameTest, CandidateTablesServeOneAndDescribeAll) {
+    // clang-format off
+    constexpr CLPSNVActionRow blink[] = {
+        {1, "action", "vkacmd=setBlink", "blink", nullptr, "kvda", kDisk, 3, nullptr, 0},
+    };
+    constexpr CLPSNVActionRow service[] = {
+        {1, "action", "vkacmd=doRescan", "rescan", nullptr, "kvda", nullptr, 0, nullptr, CLPS_ROW_HIDDEN},
+        {1, "action", "vkacmd=setRate",  "setrate", nullptr, "kvda", kRate, 4, nullptr, 0},
+    };
+    // clang-format on
+    const CLPSNVTable tables[] = {{blink, 1, Validate}, {service, 2, nullptr}};
+    struct Case {
+        Strings words;
+        uint32_t chosen;
+        uint32_t flags;
+        uint32_t kind;
+        Strings sent;
+        int callbacks;
+    };
+    const Case cases[] = {
+        {{"action=blink", "controller=0", "adisk=0:1"},
+         0,
+         0,
+         CLPS_RESP_XML,
+         {"vkacmd=setBlink", "GlobalNo=0", "adisk=0:1"},
+         1},
+        {{"action=rescan"}, 1, 0, CLPS_RESP_XML, {"vkacmd=doRescan"}, 0},
+        // Only the chosen table serves.
+        {{"action=rescan"}, 0, 0, CLPS_RESP_MESSAGE, {}, 0},
+        {{"-?"}, 0, 0, CLPS_RESP_USAGE, {}, 0},
+        {{"action=blink", "controller=0", "adisk=0:1"},
+         0,
+         CLPS_HOST_DESCRIBE,
+         CLPS_RESP_DESCRIBE,
+         {},
+         0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.words.front());
+        agent_.requests.clear();
+        callback_.calls = 0;
+        CLPSSetHostFlags(c.flags);
+        Strings argv = {"vkconfig", "storage", "thing"};
+        argv.insert(argv.end(), c.words.begin(), c.words.end());
+        std::vector<const char*> ptrs;
+        for (const std::string& w : argv) ptrs.push_back(w.c_str());
+        ResponsePtr r(CLPSNVCmdConfigFuncTables(static_cast<uint32_t>(ptrs.size()), ptrs.data(),
+                                                6997, 6998, tables, 2, c.chosen, "kvclp.xsl"));
+        CLPSSetHostFlags(0);
+        ASSERT_NE(r, nullptr);
+        EXPECT_EQ(r->kind, c.kind);
+        EXPECT_EQ(agent_.requests,
+                  c.sent.empty() ? std::vector<Strings>{} : std::vector<Strings>{c.sent});
+        EXPECT_EQ(callback_.calls, c.callbacks);
+        const std::string listing = r->pUsageXML != nullptr         ? r->pUsageXML
+                                    : r->kind == CLPS_RESP_DESCRIBE ? r->pDataBuf
+                                                                    : "";
+        if (c.kind == CLPS_RESP_USAGE) {
+            EXPECT_NE(listing.find("<Action name=\"blink\">"), std::string::npos) << listing;
+            EXPECT_NE(listing.find("<Action name=\"setrate\">"), std::string::npos) << listing;
+            EXPECT_EQ(listing.find("rescan"), std::string::npos) << listing;
+        }
+        if (c.kind == CLPS_RESP_DESCRIBE) {
+            for (const char* action : {"blink", "rescan", "setrate"})
+                EXPECT_NE(listing.find(std::string("name=\"") + action + "\""), std::string::npos)
+                    << listing;
+        }
+    }
+}
+
+// The description says what the frame reads in each row: parameters with
+// their form and keywords, fixed pairs, selectors and what a report row
+// must not be given.
+TEST_F(FrameTest, DescriptionFollowsTheRows) {
+    // clang-format off
+    constexpr CLPSNVActionRow table[] = {
+        {1, "action", "vkacmd=setAssign", "assign",  nullptr, "kvda", kAssign, 4, nullptr, CLPS_ROW_HIDDEN},
+        {1, "action", "vkacmd=setRate",   "setrate", nullptr, "kvda", kRate,   4, nullptr, 0},
+        {8, "info",   "vkacmd=getTemps",  "temps",   nullptr, "kvda", kProbes, 3, "sm/cli/Temps.xsl", 0},
+        {6, nullptr,  "vkacmd=getList",   nullptr,   nullptr, "kvda", kList,   2, nullptr, 0},
+    };
+    // clang-format on
+    CLPSSetHostFlags(CLPS_HOST_DESCRIBE);
+    ResponsePtr r = Run(table, {"action=assign"});
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->kind, CLPS_RESP_DESCRIBE);
+    EXPECT_EQ(std::string(r->pDataBuf),
+              "<Tables usage=\"6997\" second=\"6998\" stylesheet=\"kvclp.xsl\">"
+              "<Action name=\"assign\" request=\"vkacmd=setAssign\" agent=\"kvda\" hidden=\"yes\">"
+              "<Param name=\"controller\" type=\"number\" valueType=\"7\" required=\"yes\" "
+              "group=\"no\" sends=\"GlobalNo=\" form=\"a number from 0 to 4294967295\" "
+              "maxLength=\"0\"></Param>"
+              "<Param name=\"assign\" type=\"text\" valueType=\"1\" required=\"yes\" group=\"no\">"
+              "<Keyword value=\"yes\" sends=\"set=yes\"/><Keyword value=\"no\" sends=\"set=no\"/>"
+              "</Param>"
+              "<Param name=\"force\" type=\"text\" valueType=\"1\" required=\"no\" group=\"no\">"
+              "<Keyword value=\"yes\" sends=\"Force=yes\"/></Param></Action>"
+              "<Action name=\"setrate\" request=\"vkacmd=setRate\" agent=\"kvda\" hidden=\"no\">"
+              "<Param name=\"controller\" type=\"number\" valueType=\"7\" required=\"yes\" "
+              "group=\"no\" sends=\"GlobalNo=\" form=\"a number from 0 to 4294967295\" "
+              "maxLength=\"0\"></Param>"
+              "<Param name=\"rate\" type=\"rate\" valueType=\"19\" required=\"yes\" group=\"no\" "
+              "sends=\"Rate=\" form=\"a rate from 0 to 100\" maxLength=\"0\"></Param>"
+              "<Fixed sends=\"Mode=auto\"/><Fixed sends=\"ObjType=partition\"/></Action>"
+              "<Report request=\"vkacmd=getTemps\" agent=\"kvda\" hidden=\"no\" "
+              "stylesheet=\"sm/cli/Temps.xsl\" selector=\"info\" value=\"temps\">"
+              "<Param name=\"controller\" type=\"number\" valueType=\"7\" required=\"yes\" "
+              "group=\"no\" sends=\"GlobalNo=\" form=\"a number from 0 to 4294967295\" "
+              "maxLength=\"0\"></Param>"
+              "<Param name=\"info\" type=\"text\" valueType=\"1\" required=\"yes\" group=\"no\" "
+              "sends=\"info=\" form=\"a text\" maxLength=\"0\"></Param>"
+              "<Param name=\"index\" type=\"number\" valueType=\"7\" required=\"no\" group=\"no\" "
+              "sends=\"Index=\" form=\"a number from 0 to 4294967295\" maxLength=\"0\"></Param>"
+              "</Report>"
+              "<Report request=\"vkacmd=getList\" agent=\"kvda\" hidden=\"no\" "
+              "stylesheet=\"kvclp.xsl\"><Forbidden name=\"controller\"/>"
+              "<Forbidden name=\"vdisk\"/></Report>"
+              "</Tables>");
+    EXPECT_TRUE(agent_.requests.empty());
+    EXPECT_EQ(callback_.calls, 0);
 }
 
 // ---- report rows ---------------------------------------------------------------------
@@ -644,6 +815,20 @@ TEST_F(FrameTest, TableCheckFindsWhatTheFrameCannotServe) {
     constexpr CLPSNVParamRow fixedNoValue[] = {
         {nullptr, "ObjType=", CLPS_VT_TEXT, CLPS_USE_FIXED_PAIR, nullptr, 0},
     };
+    constexpr CLPSNVParamRow reportUsage[] = {
+        {"size", "Size=", CLPS_VT_UINT, CLPS_USE_MUST_GIVE, nullptr, 0},
+    };
+    constexpr CLPSNVParamRow namedAction[] = {
+        {"action", "Action=", CLPS_VT_TEXT, CLPS_USE_REQUIRED, nullptr, 0},
+    };
+    constexpr CLPSNVParamRow typedTwice[] = {
+        {"size", "Size=",   CLPS_VT_UINT, CLPS_USE_REQUIRED, nullptr, 0},
+        {"size", "Length=", CLPS_VT_UINT, CLPS_USE_OPTIONAL, nullptr, 0},
+    };
+    constexpr CLPSNVParamRow emptyParam[] = {
+        {"size", "Size=", CLPS_VT_UINT, CLPS_USE_REQUIRED, nullptr, 0},
+        {},
+    };
     const struct {
         CLPSNVActionRow rows[2];
         const char* expected;
@@ -672,6 +857,29 @@ TEST_F(FrameTest, TableCheckFindsWhatTheFrameCannotServe) {
         {{{1, "action", "getA", "x", nullptr, "kvda", nullptr, 0, nullptr, 0},
           {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
          "the request must begin with \"vkacmd=\""},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", nullptr, 0, nullptr, 0}, {}},
+         "row 1: an empty row"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", nullptr, 0, nullptr, 0x1},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "unknown row flags 1"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", reportUsage, 1, nullptr, 0},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "usage 18 belongs to report rows"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", namedAction, 1, nullptr, 0},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "a parameter named like the action key"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", typedTwice, 2, nullptr, 0},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "size (Length=): listed twice"},
+        {{{1, "action", "vkacmd=a", "x", nullptr, "kvda", emptyParam, 2, nullptr, 0},
+          {1, "action", "vkacmd=b", "y", nullptr, "kvda", nullptr, 0, nullptr, 0}},
+         "parameter 1 (fixed) (): an empty row"},
+        {{{8, "info", "vkacmd=a", "temps", nullptr, "kvda", nullptr, 0, "a.xsl", 0},
+          {8, "INFO", "vkacmd=b", "Temps", nullptr, "kvda", nullptr, 0, "b.xsl", 0}},
+         "selector value listed twice"},
+        {{{6, "info", "vkacmd=a", nullptr, nullptr, "kvda", nullptr, 0, "a.xsl", 0},
+          {6, nullptr, "vkacmd=b", nullptr, nullptr, "kvda", nullptr, 0, "b.xsl", 0}},
+         "a report row has no key"},
     };
     // clang-format on
     for (const auto& c : cases) {

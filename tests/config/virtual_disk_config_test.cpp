@@ -288,16 +288,7 @@ TEST_F(VirtualDiskConfigTest, DryRunShowsTheRewrittenSizeAndSendsNothing) {
     EXPECT_TRUE(estate.Changes().empty());
 }
 
-TEST_F(VirtualDiskConfigTest, UsageAndActionListFollowTheTable) {
-    const auto r = Run("vkconfig storage vdisk action=nosuch");
-    EXPECT_EQ(RefusalOf(r.get()),
-              (Refusal{CLPS_MSG_BAD_ACTION, "nosuch",
-                       "checkconsistency, cancelcheckconsistency, pausecheckconsistency, "
-                       "resumecheckconsistency, blink, unblink, initialize, fastinit, slowinit, "
-                       "cancelinitialize, restoresegments, splitmirror, unmirror, "
-                       "cancelbginitialize, assigndedicatedhotspare, replacememberdisk, "
-                       "deletevdisk, format, reconfigure, changepolicy, clearvdbadblocks, "
-                       "SecureVD, rename, enabletarncache, disabletarncache, reactivate"}));
+TEST_F(VirtualDiskConfigTest, UsageIsTheVirtualDisksOwn) {
     const auto usage = Run("vkconfig storage vdisk -?");
     ASSERT_NE(usage, nullptr);
     EXPECT_EQ(usage->kind, static_cast<uint32_t>(CLPS_RESP_USAGE));

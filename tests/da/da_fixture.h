@@ -6,7 +6,6 @@
 #define VK_TESTS_DA_FIXTURE_H
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>

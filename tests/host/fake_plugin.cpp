@@ -53,13 +53,20 @@ constexpr const char* kDisks =
     "<Name>Disk &amp; co</Name></QXStorageObject><QXStorageObject><GlobalNo>0</GlobalNo>"
     "<ProductName>X1</ProductName></QXStorageObject><SMStatus>0</SMStatus></RESPONSE>";
 
+// A virtual disk whose codes the reports decode.
+constexpr const char* kVirtualDisk =
+    "<RESPONSE><QXStorageObject><ObjType>vdisk</ObjType><ObjState>16</ObjState>"
+    "<Layout>64</Layout><Length>1099511627776</Length><Name>Web</Name></QXStorageObject>"
+    "<SMStatus>0</SMStatus></RESPONSE>";
+
 // clang-format off
 constexpr const char* kUsage =
     "<Usage object=\"usagexml\"><Action name=\"blink\"><Param name=\"controller\" required=\"yes\" "
     "type=\"id\"/><Param name=\"mode\" required=\"no\" type=\"text\"><Keyword>on</Keyword>"
     "<Keyword>off</Keyword></Param></Action></Usage>";
 
-constexpr std::array<Canned, 12> kCanned{{
+constexpr auto kCanned = std::to_array<Canned>({
+    {"vdisk",    CLPS_RESP_XML,   0,  kVirtualDisk,                                    "kvclp.xsl",   nullptr, 0},
     {"pdisk",    CLPS_RESP_XML,   0,  kDisks,                                          "kvclp.xsl",   nullptr, 0},
     {"console",  CLPS_RESP_XML,   0,  kDisks,                                          "kvclp.xsl",   nullptr, 0},
     {"empty",    CLPS_RESP_XML,   0,  "<RESPONSE><SMStatus>0</SMStatus></RESPONSE>",   "kvclp.xsl",   nullptr, 0},
@@ -72,7 +79,7 @@ constexpr std::array<Canned, 12> kCanned{{
     {"usagebad", CLPS_RESP_USAGE, 0,  nullptr,                                         nullptr,       nullptr, 6999},
     {"summary",  CLPS_RESP_XML,   0,  "<RESPONSE><QXStorageObject><Name>srv1</Name></QXStorageObject><SMStatus>0</SMStatus></RESPONSE>", "sysclp.xsl", nullptr, 0},
     {"empty0",   CLPS_RESP_NONE,  0,  nullptr,                                         nullptr,       nullptr, 0},
-}};
+});
 // clang-format on
 
 CLPSResponse* NewResponse(uint32_t kind) {

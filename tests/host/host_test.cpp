@@ -143,9 +143,12 @@ TEST_F(HostTest, ExitStatusAndOutputFollowTheAnswer) {
         {"vkreport", {"storage", "msg", "1603"},        1, "", "vkreport: message 1603: action=blinq; valid values: blink, unblink\n"},
         {"vkreport", {"storage", "msg", "7001"},        1, "", "vkreport: message 7001: action=blinq; valid values: blink, unblink\n"},
         {"vkconfig", {"storage", "msg", "1504"},        2, "", "vkconfig: The action action=blinq is not valid. Valid actions: blink, unblink\n"},
-        {"vkreport", {"storage", "msg", "1500", "controller"}, 2, "", "vkreport: The parameter controller is missing. It takes: blink, unblink\n"},
+        {"vkreport", {"storage", "msg", "1500", "controller"}, 2, "", "vkreport: controller= is required. It takes: blink, unblink\n"},
         {"vkreport", {"storage", "msg", "1507"},        2, "", "vkreport: The action action=blinq needs one of: blink, unblink\n"},
-        {"vkreport", {"storage", "null"},               2, "", "vkreport: command not understood: 'vkreport storage null' (try 'vkreport storage -?')\n"},
+        // A bare command the plug-in does not answer lists what it takes.
+        {"vkreport", {"storage"},                       0, "Usage: vkreport storage OBJECT", ""},
+        {"vkconfig", {"storage"},                       0, "Usage: vkconfig storage OBJECT", ""},
+        {"vkreport", {"storage", "null", "a=b"},        2, "", "vkreport: command not understood: 'vkreport storage null' (try 'vkreport storage -?')\n"},
         {"vkreport", {"storage", "unknown", "a=b"},     2, "", "vkreport: command not understood: 'vkreport storage unknown' (try 'vkreport storage -?')\n"},
         {"vkreport", {"storage", "msg", "1590", "kvda"},4, "", "vkreport: The data agent kvda is not available.\n"},
         {"vkreport", {"storage", "msg", "1591", "vkreport storage x"}, 4, "", "vkreport: The command vkreport storage x is not available yet.\n"},
@@ -155,7 +158,7 @@ TEST_F(HostTest, ExitStatusAndOutputFollowTheAnswer) {
     };
     // clang-format on
     for (const AnswerCase& c : cases) {
-        SCOPED_TRACE(std::string(c.program) + " " + c.args[0] + " " + c.args[1]);
+        SCOPED_TRACE(std::string(c.program) + " " + c.args.front() + " " + c.args.back());
         const Result r = Run(c.program, c.args);
         EXPECT_EQ(r.exit, c.exit);
         if (*c.out == '\0') {
@@ -251,6 +254,14 @@ TEST_F(HostTest, OptionsAreCheckedBeforeTheCommand) {
         {"vkreport", {"--format=yaml", "storage", "pdisk"}, 2, "vkreport: unknown output format 'yaml': use text, xml or json\n"},
         {"vkreport", {"--bogus", "storage", "pdisk"},       2, "vkreport: unknown option '--bogus' (try 'vkreport --help')\n"},
         {"vkreport", {"--dry-run", "storage", "pdisk"},     2, "vkreport: --dry-run is only for vkconfig\n"},
+        {"vkreport", {"--formt=json", "storage"},           2, "vkreport: unknown option '--formt=json' (did you mean --format?)\n"},
+        {"vkreport", {"-x", "storage"},                     2, "vkreport: unknown option '-x' (try 'vkreport --help')\n"},
+        {"vkreport", {"-f"},                                2, "vkreport: the option '-f' needs a value (try 'vkreport --help')\n"},
+        {"vkreport", {"-f", "yaml", "storage"},             2, "vkreport: unknown output format 'yaml': use text, xml or json\n"},
+        {"vkconfig", {"storage", "pdisk", "--dry-run"},     2, "vkconfig: the option '--dry-run' goes before the command words\n"},
+        {"vkreport", {"storage", "-f", "json"},             2, "vkreport: the option '-f' goes before the command words\n"},
+        {"vkreport", {"-?", "storage"},                     0, ""},
+        {"vkreport", {"-h"},                                0, ""},
         {"vkconfig", {},                                    2, "vkconfig: no command given (try 'vkconfig storage -?' or 'vkconfig --help')\n"},
         {"vkconfig", {"--help"},                            0, ""},
         {"vkreport", {"--version"},                         0, ""},
@@ -264,6 +275,36 @@ TEST_F(HostTest, OptionsAreCheckedBeforeTheCommand) {
     EXPECT_EQ(Calls(), "") << "the plug-in is not loaded for these";
     EXPECT_EQ(Run("vkreport", {"--version"}).out.rfind("vkreport ", 0), 0u);
     EXPECT_NE(Run("vkconfig", {"--help"}).out.find("Usage: vkconfig [OPTIONS]"), std::string::npos);
+}
+
+TEST_F(HostTest, OptionsTakeEverySpellingAndEndAtTheCommandWords) {
+    struct Case {
+        std::vector<std::string> args;
+        bool json;
+        const char* sent;  // the line the plug-in got
+    };
+    // clang-format off
+    const std::vector<Case> cases = {
+        {{"--format=json", "storage", "pdisk"},            true,  "vkreport storage pdisk"},
+        {{"--format", "json", "storage", "pdisk"},         true,  "vkreport storage pdisk"},
+        {{"-f", "json", "storage", "pdisk"},               true,  "vkreport storage pdisk"},
+        {{"-fjson", "storage", "pdisk"},                   true,  "vkreport storage pdisk"},
+        {{"-f", "xml", "--format=json", "storage", "pdisk"}, true, "vkreport storage pdisk"},
+        {{"--", "storage", "pdisk"},                       false, "vkreport storage pdisk"},
+        // After the first command word every word is the command's, help
+        // words included: they ask for the usage of the command they follow.
+        {{"storage", "pdisk", "--help"},                   false, "vkreport storage pdisk --help"},
+        {{"-f", "json", "storage", "-h", "pdisk"},         true,  "vkreport storage -h pdisk"},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.args.front() + " " + c.args.back());
+        std::ofstream(dir_ / "calls.log", std::ios::trunc).close();
+        const Result r = Run("vkreport", c.args);
+        EXPECT_EQ(r.exit, 0) << r.err;
+        EXPECT_EQ(Json::accept(r.out), c.json) << r.out;
+        EXPECT_NE(Calls().find(std::string("send ") + c.sent + "\n"), std::string::npos) << Calls();
+    }
 }
 
 // ---- JSON -----------------------------------------------------------------
@@ -286,13 +327,14 @@ TEST_F(HostTest, JsonIsOneDocumentWithTheFields) {
         {{"storage", "msg", "1603"},           1, "refused", 1603,   0},
         {{"storage", "msg", "1502"},           2, "error",   1502,   0},
         {{"storage", "msg", "1590", "kvda"},   4, "error",   1590,   0},
-        {{"storage", "null"},                  2, "error",   {},     0},
-        {{"storage", "unknown"},               2, "error",   {},     0},
+        {{"storage"},                          0, "usage",   6000,   0},
+        {{"storage", "null", "a=b"},           2, "error",   {},     0},
+        {{"storage", "unknown", "a=b"},        2, "error",   {},     0},
         {{"storage", "badxsl"},                4, "error",   {},     0},
     };
     // clang-format on
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.args[1]);
+        SCOPED_TRACE(c.args.back());
         std::vector<std::string> args{"--format=json"};
         args.insert(args.end(), c.args.begin(), c.args.end());
         const Result r = Run("vkreport", args);
@@ -331,6 +373,27 @@ TEST_F(HostTest, JsonCarriesObjectsRequestAndMessageTexts) {
 
     doc = Json::parse(Run("vkreport", {"--format=json", "storage", "fail"}).out);
     EXPECT_EQ(doc.at("text"), "Physical disk 0:9 not found.");
+}
+
+TEST_F(HostTest, JsonCarriesItsSchemaAndTheWordsTheTextShows) {
+    const Result r = Run("vkreport", {"--format=json", "storage", "vdisk"});
+    ASSERT_TRUE(Json::accept(r.out)) << r.out << r.err;
+    const Json doc = Json::parse(r.out);
+    EXPECT_EQ(doc.at("schema"), 1);
+    const Json& disk = doc.at("objects").at(0);
+    // The raw tags stay as the agent gave them; beside them, what the text
+    // shows for the codes and the sizes as numbers of bytes.
+    EXPECT_EQ(disk.at("ObjState"), "16");
+    EXPECT_EQ(disk.at("Length"), "1099511627776");
+    EXPECT_EQ(disk.at("decoded"),
+              Json({{"ObjState", "Degraded"}, {"Layout", "RAID-5"}, {"Length", "1.00 TB"}}));
+    EXPECT_EQ(disk.at("bytes"), Json({{"Length", 1099511627776ull}}));
+    // A tag shown as it stands is not repeated.
+    EXPECT_FALSE(disk.at("decoded").contains("Name"));
+    for (const auto& args : std::vector<std::vector<std::string>>{
+             {"--format=json", "storage", "msg", "1603"}, {"--format=json", "storage", "-?"}}) {
+        EXPECT_EQ(Json::parse(Run("vkreport", args).out).at("schema"), 1);
+    }
 }
 
 TEST_F(HostTest, JsonForErrorsBeforeThePluginAnswers) {
@@ -416,7 +479,7 @@ TEST_F(HostTest, DryRunShowsTheRequestWithPassphrasesHidden) {
               "Would send to kvda:\n"
               "  vkacmd=setpdisk\n"
               "  action=blink\n"
-              "  PassPhrase=***\n"
+              "  passphrase=***\n"
               "  newpassphrase=***\n"
               "  controller=0\n");
     EXPECT_NE(Calls().find("flags 1\nsend "), std::string::npos) << Calls();
@@ -428,6 +491,68 @@ TEST_F(HostTest, DryRunShowsTheRequestWithPassphrasesHidden) {
     EXPECT_EQ(doc.at("status"), "dry-run");
     EXPECT_EQ(doc.at("request"),
               Json::array({"vkacmd=setpdisk", "action=blink", "passphrase=***"}));
+}
+
+TEST_F(HostTest, PassPhrasesReachThePluginLowerCasedAndAreNeverShown) {
+    // The plug-in refuses the phrase and names it back as the offending value.
+    const std::vector<std::string> line = {"storage",    "msg",      "1707",
+                                           "passphrase", "S3cret!x", "PassPhrase=S3cret!x"};
+    for (const char* format : {"--format=text", "--format=json", "--format=xml"}) {
+        SCOPED_TRACE(format);
+        std::vector<std::string> args{format};
+        args.insert(args.end(), line.begin(), line.end());
+        const Result r = Run("vkconfig", args);
+        EXPECT_EQ(r.exit, 1);
+        EXPECT_EQ(r.out.find("S3cret"), std::string::npos) << r.out;
+        EXPECT_EQ(r.err.find("S3cret"), std::string::npos) << r.err;
+    }
+    EXPECT_EQ(Json::parse(Run("vkconfig", {"--format=json", "storage", "msg", "1707", "passphrase",
+                                           "S3cret!x", "OldPassPhrase=S3cret!x"})
+                              .out)
+                  .at("args"),
+              Json::array({"passphrase", "***"}));
+    // Names are lower-cased on the way in; values are left alone.
+    EXPECT_NE(
+        Calls().find("send vkconfig storage msg 1707 passphrase S3cret!x passphrase=S3cret!x\n"),
+        std::string::npos)
+        << Calls();
+    EXPECT_NE(Calls().find(" oldpassphrase=S3cret!x\n"), std::string::npos) << Calls();
+}
+
+// The real plug-in's trace at its most detailed level: pass phrases typed in
+// any case never reach it, and the file it creates is not for everyone.
+TEST_F(HostTest, TheTraceNeverHoldsAPassPhrase) {
+    const fs::path traceDir = dir_ / "trace";
+    const fs::path trace = traceDir / "kvclp.log";
+    fs::create_directories(traceDir);
+    env_["VK_PLUGIN"] = VK_TEST_REAL_PLUGIN;
+    env_["KVDA_STATE"] = (dir_ / "estate.db").string();
+    env_["KVDA_TIME_SCALE"] = "0";
+    ASSERT_EQ(Run("vkreport", {"storage", "controller"}).exit, 0);
+    ASSERT_TRUE(fs::exists(trace));
+    EXPECT_EQ(fs::status(trace).permissions() & fs::perms::all,
+              fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    if (const group* admins = getgrnam("vkadmin"); admins != nullptr && IsRoot()) {
+        struct stat st {};
+        ASSERT_EQ(stat(trace.c_str(), &st), 0);
+        EXPECT_EQ(st.st_gid, admins->gr_gid);
+    }
+
+    std::ofstream(trace, std::ios::trunc)
+        << "loglevel=4\nlogtarget=1\nlogpathfile=" << trace.string() << "\n";
+    for (const char* format : {"--format=text", "--format=json"}) {
+        Run("vkconfig",
+            {format, "storage", "controller", "action=changesecuritykey", "controller=0",
+             "keyid=k2", "PassPhrase=Phrase-New1", "OldPassPhrase=Phrase-Old1"});
+        Run("vkconfig", {format, "storage", "controller", "action=createsecuritykey",
+                         "controller=0", "keyid=k1", "PASSPHRASE=Phrase-New2"});
+    }
+    const std::string text = ReadFile(trace);
+    EXPECT_NE(text.find("KVCLP:CLI_ARGS:vkconfig storage controller action=changesecuritykey "
+                        "controller=0 keyid=k2 \n"),
+              std::string::npos)
+        << text;
+    EXPECT_EQ(text.find("Phrase-"), std::string::npos) << text;
 }
 
 // ---- rights ----------------------------------------------------------------
@@ -448,8 +573,11 @@ TEST_F(HostTest, ConfigurationNeedsAdministratorRights) {
     ASSERT_TRUE(Json::accept(r.out)) << r.out;
     EXPECT_EQ(Json::parse(r.out).at("status"), "refused");
 
-    // Reading is open to everyone.
+    // Reading is open to everyone, and so is help: it runs nothing.
     EXPECT_EQ(RunAsNobody("vkreport", {"storage", "pdisk"}).exit, 0);
+    r = RunAsNobody("vkconfig", {"storage", "pdisk", "action=blink", "-?"});
+    EXPECT_EQ(r.exit, 0) << r.err;
+    EXPECT_NE(r.out.find("Usage: vkconfig storage OBJECT"), std::string::npos) << r.out;
 }
 
 TEST_F(HostTest, AdminGroupMembersHoldAdministratorRights) {
@@ -463,6 +591,51 @@ TEST_F(HostTest, AdminGroupMembersHoldAdministratorRights) {
 
     WriteConf("admin_group=vk-no-such-group\n");
     EXPECT_EQ(RunAsNobody("vkconfig", {"storage", "empty"}, "--groups=1").exit, 3);
+}
+
+// A caller other than root must not choose where its rights come from: a
+// VK_HOST_CONF naming the caller's own group counts only when root owns the
+// file and no one else may write it.
+TEST_F(HostTest, RightsComeOnlyFromAHostConfigurationRootControls) {
+    if (!IsRoot()) GTEST_SKIP() << "needs root to own files and run as another user";
+    struct Case {
+        const char* what;
+        uid_t owner;
+        mode_t mode;
+        bool asNobody;
+        int exit;
+        const char* warning;  // empty: none
+    };
+    // clang-format off
+    const Case cases[] = {
+        {"root's, read-only to others",   0,     0644, true,  0, ""},
+        {"the caller's own",              65534, 0644, true,  3, "ignoring VK_HOST_CONF="},
+        {"root's, group-writable",        0,     0664, true,  3, "ignoring VK_HOST_CONF="},
+        {"root's, writable by everyone",  0,     0646, true,  3, "ignoring VK_HOST_CONF="},
+        {"another user's, root asking",   65534, 0666, false, 0, ""},
+    };
+    // clang-format on
+    const fs::path conf = dir_ / "host.conf";
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        WriteConf("admin_group=nogroup\n");
+        ASSERT_EQ(chown(conf.c_str(), c.owner, c.owner), 0);
+        ASSERT_EQ(chmod(conf.c_str(), c.mode), 0);
+        const Result r = c.asNobody ? RunAsNobody("vkconfig", {"storage", "empty"})
+                                    : Run("vkconfig", {"storage", "empty"});
+        EXPECT_EQ(r.exit, c.exit) << r.err;
+        if (*c.warning == '\0')
+            EXPECT_EQ(r.err, "");
+        else
+            EXPECT_NE(r.err.find(c.warning), std::string::npos) << r.err;
+        fs::remove(conf);
+    }
+    // A FIFO is refused at once instead of being waited on.
+    ASSERT_EQ(mkfifo(conf.c_str(), 0644), 0);
+    const Result r = Run("vkreport", {"storage", "empty"});
+    EXPECT_EQ(r.exit, 0);
+    EXPECT_EQ(r.err, "vkreport: warning: " + conf.string() +
+                         " is not a regular file; using the defaults\n");
 }
 
 TEST_F(HostTest, BadHostConfigurationIsToldAndIgnored) {

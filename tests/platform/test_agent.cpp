@@ -6,9 +6,8 @@
 
 #include "vkdb.h"
 
-extern "C" __attribute__((visibility("default"))) char* VKDBAgentSendCmd(void* context,
-                                                                         uint32_t count,
-                                                                         const char** nvPairs) {
+extern "C" VKDB_AGENT_EXPORT char* VKDBAgentSendCmd(void* context, uint32_t count,
+                                                    const char** nvPairs) {
     std::string answer = "<SMStatus>0</SMStatus><Echo>";
     for (uint32_t i = 0; i < count; ++i) {
         answer += i == 0 ? "" : "|";
@@ -22,7 +21,6 @@ extern "C" __attribute__((visibility("default"))) char* VKDBAgentSendCmd(void* c
     return data;
 }
 
-extern "C" __attribute__((visibility("default"))) void VKDBAgentFreeData(void* /*context*/,
-                                                                         char* data) {
+extern "C" VKDB_AGENT_EXPORT void VKDBAgentFreeData(void* /*context*/, char* data) {
     std::free(data);
 }

@@ -11,12 +11,14 @@
 #include <thread>
 #include <vector>
 
+#include "os/environment.h"
+
 namespace {
 
 // Agent modules come from the test directory; set before the library first
 // looks at the environment.
 const bool kAgentDirSet = [] {
-    setenv("VK_AGENT_DIR", VK_TEST_AGENT_DIR, 1);
+    vk::os::SetEnvironment("VK_AGENT_DIR", VK_TEST_AGENT_DIR);
     return true;
 }();
 

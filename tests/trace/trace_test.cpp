@@ -3,7 +3,6 @@
 #include "trace.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -12,12 +11,17 @@
 #include <string>
 #include <vector>
 
+#include "os/environment.h"
+#include "os/paths.h"
+#include "temp_dir.h"
+
 namespace fs = std::filesystem;
 
 namespace {
 
+// Read as text: the trace is a text file with the system's line ends.
 std::string ReadFile(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
+    std::ifstream in(p);
     std::stringstream ss;
     ss << in.rdbuf();
     return ss.str();
@@ -33,12 +37,10 @@ void WriteFile(const fs::path& p, const std::string& text) {
 class TraceTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        std::string tmpl = (fs::temp_directory_path() / "vk-trace-XXXXXX").string();
-        ASSERT_NE(mkdtemp(tmpl.data()), nullptr);
-        dir_ = tmpl;
+        dir_ = vktest::MakeTempDir("vk-trace-");
         oldCwd_ = fs::current_path();
         fs::current_path(dir_);
-        setenv("SystemRoot", dir_.c_str(), 1);
+        vk::os::SetEnvironment("SystemRoot", dir_.string().c_str());
         SysDbgReset();
     }
     void TearDown() override {
@@ -182,30 +184,32 @@ TEST_F(TraceTest, NameOf32CharactersFallsBackAndComplains) {
 
 TEST_F(TraceTest, RootLimits) {
     // (root + 1) + (name + 1) may be 256 at most; kvclp.log has 9 characters.
-    const std::string fits = "/" + std::string(244, 'r');
-    setenv("SystemRoot", fits.c_str(), 1);
+    const std::string sep = vk::os::PathSeparator();
+    const std::string fallback = "." + sep + "kvclp.log";
+    const std::string fits = sep + std::string(244, 'r');
+    vk::os::SetEnvironment("SystemRoot", fits.c_str());
     SysDbgInit(1, "kvclp.log");
-    EXPECT_EQ(std::string(SysDbgGetPath()), fits + "/kvclp.log");
+    EXPECT_EQ(std::string(SysDbgGetPath()), fits + sep + "kvclp.log");
 
     SysDbgReset();
     const std::string tooLong = fits + "r";
-    setenv("SystemRoot", tooLong.c_str(), 1);
+    vk::os::SetEnvironment("SystemRoot", tooLong.c_str());
     SysDbgInit(1, "kvclp.log");
-    EXPECT_EQ(std::string(SysDbgGetPath()), "./kvclp.log");
-    EXPECT_EQ(ReadFile(dir_ / "kvclp.log"),
-              "loglevel=0\nlogtarget=1\nlogpathfile=./kvclp.log\n"
-              "SysDbgInit: path from env too long: " +
-                  tooLong + "\n");
+    EXPECT_EQ(std::string(SysDbgGetPath()), fallback);
+    EXPECT_EQ(ReadFile(dir_ / "kvclp.log"), "loglevel=0\nlogtarget=1\nlogpathfile=" + fallback +
+                                                "\nSysDbgInit: path from env too long: " + tooLong +
+                                                "\n");
 
     // A value that does not fit the 512-byte root buffer is a failed read:
     // the same fallback, without a complaint.
     SysDbgReset();
     fs::remove(dir_ / "kvclp.log");
     const std::string huge(512, 'h');
-    setenv("SystemRoot", huge.c_str(), 1);
+    vk::os::SetEnvironment("SystemRoot", huge.c_str());
     SysDbgInit(1, "kvclp.log");
-    EXPECT_EQ(std::string(SysDbgGetPath()), "./kvclp.log");
-    EXPECT_EQ(ReadFile(dir_ / "kvclp.log"), "loglevel=0\nlogtarget=1\nlogpathfile=./kvclp.log\n");
+    EXPECT_EQ(std::string(SysDbgGetPath()), fallback);
+    EXPECT_EQ(ReadFile(dir_ / "kvclp.log"),
+              "loglevel=0\nlogtarget=1\nlogpathfile=" + fallback + "\n");
 }
 
 // The hex part padded to column 54, the text part padded to 78 characters.

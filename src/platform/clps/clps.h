@@ -7,11 +7,17 @@
 
 #include <stdint.h>
 
+#include "vk_export.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-#define VK_CLPS_EXPORT __attribute__((visibility("default")))
+#ifdef vkclps64_EXPORTS
+#define VK_CLPS_EXPORT VK_DLL_EXPORT
+#else
+#define VK_CLPS_EXPORT VK_DLL_IMPORT
+#endif
 
 /* ---- response object ----------------------------------------------------
  * The first eight fields are the record every plug-in knows; the rest is
@@ -23,7 +29,8 @@ typedef enum CLPSRespKind {
     CLPS_RESP_MESSAGE = 2, /* msgId with msgArg1/msgArg2 (a refusal or a notice) */
     CLPS_RESP_USAGE = 3,   /* msgId names a usage text; pUsageXML may hold generated help */
     CLPS_RESP_TEXT = 4,    /* pDataBuf: plain text value (dataType 22) */
-    CLPS_RESP_DRYRUN = 5   /* nothing sent: ppRequest is what would have been sent */
+    CLPS_RESP_DRYRUN = 5,  /* nothing sent: ppRequest is what would have been sent */
+    CLPS_RESP_DESCRIBE = 6 /* pDataBuf: description of command tables (CLPS_HOST_DESCRIBE) */
 } CLPSRespKind;
 
 #define CLPS_DATATYPE_TEXT 22u
@@ -63,8 +70,11 @@ typedef struct CLPSCCDT {
     const char* pCmd; /* leading command words, single blanks: "vkreport storage" */
     const char* pObj; /* the next word: "pdisk" */
     CLPSHandlerFunc handler;
-    uint32_t rights; /* 1 reading, 7 configuration */
+    uint32_t rights; /* CLPS_RIGHTS_READ or CLPS_RIGHTS_CONFIGURE */
 } CLPSCCDT;
+
+#define CLPS_RIGHTS_READ 1u
+#define CLPS_RIGHTS_CONFIGURE 7u
 
 /* Sorts the table in place, most specific rows (most words) first; the
  * state word records that the table was sorted. 0 on success, non-zero for
@@ -88,11 +98,13 @@ VK_CLPS_EXPORT void CLPSDestroyCLIP(CLPSDestroyCLIPFunc func);
 VK_CLPS_EXPORT void CLPSDefaultDestroyCLIPFunc(void);
 
 /* ---- usage help and messages -------------------------------------------
- * 1 when a word of argv is "-?" or "help" (case ignored), else 0. */
+ * 1 when a word of argv after the program name asks for help ("-?", "-h",
+ * "--help" or "help", case ignored), else 0. A help word anywhere on the
+ * line makes the command answer with its usage and send nothing. */
 VK_CLPS_EXPORT int32_t CLPSIsUsageHelp(uint32_t argc, const char** argv);
 /* A message response: msgId with up to two argument texts (null for none).
  * kind is CLPS_RESP_USAGE for usage numbers (6000-6999), else
- * CLPS_RESP_MESSAGE. reserved* are accepted for compatibility (pass 0). */
+ * CLPS_RESP_MESSAGE. The reserved arguments are unused (pass 0). */
 VK_CLPS_EXPORT CLPSResponse* CLPSNVSetupMsgRespObj(uint32_t msgId, uint32_t reserved,
                                                    const char* arg1, const char* arg2,
                                                    const void* reserved1, const void* reserved2,
@@ -111,7 +123,8 @@ VK_CLPS_EXPORT CLPSResponse* CLPSNVCheckExtraParams(uint32_t argc, const char** 
 /* ---- requests to a data agent -------------------------------------------
  * Sends nvPairs to the agent; on an answer returns a response whose data is
  * the answer wrapped in <respElement>, with styleSheet; null when the agent
- * is missing or did not answer. The name keeps its historical spelling. */
+ * is missing or did not answer. Plug-ins call it by this exact name
+ * ("Capabilites" included), so the spelling is part of the interface. */
 VK_CLPS_EXPORT CLPSResponse* CLPSNVReportCapabilitesXML(const char* agent, uint32_t count,
                                                         const char** nvPairs,
                                                         const char* respElement,
@@ -119,6 +132,11 @@ VK_CLPS_EXPORT CLPSResponse* CLPSNVReportCapabilitesXML(const char* agent, uint3
 
 /* ---- host settings ------------------------------------------------------ */
 #define CLPS_HOST_DRYRUN 0x1u
+/* Nothing runs: CLPSSendRequest answers a CLPS_RESP_DESCRIBE response that
+ * describes every command of its table (each handler is called with its
+ * command words and "-?", and the frame answers with the tables it is given
+ * instead of running them). */
+#define CLPS_HOST_DESCRIBE 0x2u
 VK_CLPS_EXPORT void CLPSSetHostFlags(uint32_t flags);
 VK_CLPS_EXPORT uint32_t CLPSGetHostFlags(void);
 
@@ -131,6 +149,12 @@ VK_CLPS_EXPORT uint32_t CLPSGetHostFlags(void);
 #define CLPS_MSG_MISSING_ACTION 1505    /* %1 object, %2 the actions */
 #define CLPS_MSG_NO_MATCHING_ROW 1506   /* %1 command, %2 what it takes */
 #define CLPS_MSG_MISSING_GROUP 1507     /* %1 action, %2 the group's members */
+#define CLPS_MSG_STRAY_WORD 1508        /* %1 a word that is no name=value, %2 what is expected */
+#define CLPS_MSG_UNKNOWN_OBJECT 1509    /* %1 object, %2 the nearest objects */
+#define CLPS_MSG_BAD_OBJECT 1510        /* %1 object, %2 the objects */
+#define CLPS_MSG_UNKNOWN_WORD 1511      /* %1 command word, %2 the nearest words */
+#define CLPS_MSG_BAD_WORD 1512          /* %1 command word, %2 the words valid there */
+#define CLPS_MSG_NEAR_ACTION 1513       /* %1 action, %2 the nearest actions */
 #define CLPS_MSG_AGENT_UNAVAILABLE 1590 /* %1 agent name */
 #define CLPS_MSG_NOT_AVAILABLE 1591     /* %1 command: not available yet */
 #define CLPS_MSG_OUT_OF_MEMORY 1592
@@ -165,7 +189,7 @@ typedef struct CLPSNVParamRow {
 #define CLPS_USE_MUST_NOT_GIVE 0x13u
 
 typedef struct CLPSNVActionRow {
-    uint32_t kind;         /* 1 action row, 6 plain report row, 8 selector row */
+    uint32_t kind;         /* CLPS_ROW_ACTION, CLPS_ROW_REPORT or CLPS_ROW_SELECTOR */
     const char* pKeyName;  /* "action"; the selector name for kind 8; null for kind 6 */
     const char* pRequest;  /* "vkacmd=..." */
     const char* pKeyValue; /* action keyword or selector value; null for kind 6 */
@@ -174,12 +198,21 @@ typedef struct CLPSNVActionRow {
     const CLPSNVParamRow* pParams;
     uint32_t paramCount;
     const char* pStyleSheet; /* null: the handler's stylesheet */
-    uint32_t flags;          /* CLPS_ROW_HIDDEN for rows the usage help does not list */
+    uint32_t flags;          /* CLPS_ROW_HIDDEN, CLPS_ROW_SYSTEM or 0 */
 } CLPSNVActionRow;
 
-#define CLPS_ROW_HIDDEN 0x80000000u
-#define CLPS_NV_LIST_MAX 128u    /* entries the data-manager list can hold */
-#define CLPS_ERR_TEXT_SIZE 1024u /* bytes of each of the two error texts */
+/* Row kinds. */
+#define CLPS_ROW_ACTION 1u   /* chosen by the value of its key: "action=blink" */
+#define CLPS_ROW_REPORT 6u   /* chosen by its parameter rules alone */
+#define CLPS_ROW_SELECTOR 8u /* chosen by a selector keyword and value: "info=fans" */
+/* Row flags. */
+#define CLPS_ROW_HIDDEN 0x80000000u /* accepted, but not listed by the usage help */
+#define CLPS_ROW_SYSTEM 0x40000000u /* a system-wide report (summary, version) */
+#define CLPS_NV_LIST_MAX 128u       /* entries the data-manager list can hold */
+/* Bytes of each of the two error texts: room for the longest list a
+ * callback writes (2,048-byte disk lists) with a margin, and for a report's
+ * unbounded lists of a large controller. */
+#define CLPS_ERR_TEXT_SIZE 16384u
 #define CLPS_VALIDATE_SEND 1000
 
 /* The validate callback. ppNVList has room for CLPS_NV_LIST_MAX entries; an
@@ -194,18 +227,42 @@ typedef int32_t (*CLPSNVValidateFunc)(void* reserved0, void* reserved1, uint32_t
  * (null outside a frame call or when memory ran out). */
 VK_CLPS_EXPORT const char* CLPSNVKeepString(const char* text);
 
-/* Checks a command table for what the frame relies on: known row kinds,
- * value types and usages, keyword rows that name their keyword, fixed rows
- * with their value, no keyword or action listed twice. 0 when the table is
- * sound; otherwise 1, with what is wrong written to problem (cut to fit). */
+/* Checks a command table for what the frame relies on: no empty rows, known
+ * row kinds, flags, value types and usages (the report-only usages in report
+ * rows only), keyword rows that name their keyword, fixed rows with their
+ * value, no action, selector value or keyword listed twice (case ignored).
+ * 0 when the table is sound; otherwise 1, with what is wrong written to
+ * problem (cut to fit). */
 VK_CLPS_EXPORT int32_t CLPSNVCheckTable(const CLPSNVActionRow* table, uint32_t rowCount,
                                         char* problem, uint32_t problemSize);
+/* The same for a command descriptor table: no empty rows, known rights, one
+ * row for each command (case ignored). */
+VK_CLPS_EXPORT int32_t CLPSCheckCCDT(const CLPSCCDT* table, uint32_t count, char* problem,
+                                     uint32_t problemSize);
 
 VK_CLPS_EXPORT CLPSResponse* CLPSNVCmdConfigFunc(uint32_t argc, const char** argv,
                                                  uint32_t usageMsgId, uint32_t secondMsgId,
                                                  const CLPSNVActionRow* table, uint32_t rowCount,
                                                  const char* styleSheet,
                                                  CLPSNVValidateFunc validate);
+
+/* One candidate table of a handler that chooses among several, with the
+ * callback that checks its rows. */
+typedef struct CLPSNVTable {
+    const CLPSNVActionRow* pRows;
+    uint32_t rowCount;
+    CLPSNVValidateFunc validate;
+} CLPSNVTable;
+
+/* CLPSNVCmdConfigFunc for a handler that picks its table by the command
+ * line: tables[chosen] serves the command, while the usage help and the
+ * description list the rows of every candidate, so that everything the
+ * handler accepts is shown. */
+VK_CLPS_EXPORT CLPSResponse* CLPSNVCmdConfigFuncTables(uint32_t argc, const char** argv,
+                                                       uint32_t usageMsgId, uint32_t secondMsgId,
+                                                       const CLPSNVTable* tables,
+                                                       uint32_t tableCount, uint32_t chosen,
+                                                       const char* styleSheet);
 
 #ifdef __cplusplus
 }

@@ -17,8 +17,11 @@ using vk::EqualsIgnoreCase;
 // null text or when memory ran out.
 char* DupString(const char* text);
 // The leading words of argv that carry no "=", joined by single blanks
-// (help markers "-?" and "help" left out).
+// (help words left out).
 std::string CommandWords(uint32_t argc, const char** argv);
+// The position of the first help word after the program name; argc when
+// there is none.
+uint32_t FirstHelpWord(uint32_t argc, const char** argv);
 
 // Owns a response until released; for building one step by step.
 struct ResponseDeleter {

@@ -18,6 +18,7 @@
 #include "clps.h"
 #include "clps_util.h"
 #include "frame_internal.h"
+#include "nearest_words.h"
 #include "ocs.h"
 
 namespace {
@@ -52,10 +53,11 @@ struct Word {
 
 // The command line as the frame sees it.
 struct Command {
-    std::string object;       // the object keyword: last of the command words
-    std::vector<Word> words;  // the name=value words, in order
-    std::string stray;        // a word among them that is not name=value
-    std::string twice;        // a name given more than once
+    std::string object;                  // the object keyword: last of the command words
+    std::vector<Word> words;             // the name=value words, in order
+    std::vector<const char*> userWords;  // the same as the callbacks read them
+    std::string stray;                   // a word among them that is not name=value
+    std::string twice;                   // a name given more than once
 
     const Word* Find(std::string_view name) const {
         for (const Word& w : words) {
@@ -80,6 +82,7 @@ Command ParseCommand(uint32_t argc, const char** argv) {
             continue;
         }
         inWords = true;
+        cmd.userWords.push_back(argv[i]);
         const Word w{arg.substr(0, eq), arg.substr(eq + 1)};
         if (w.name.empty()) {
             if (cmd.stray.empty()) cmd.stray = arg;
@@ -116,7 +119,8 @@ bool IsHidden(const CLPSNVActionRow& row) {
 std::vector<std::string_view> VisibleActions(const CLPSNVActionRow* table, uint32_t rowCount) {
     std::vector<std::string_view> actions;
     for (uint32_t r = 0; r < rowCount; ++r) {
-        if (table[r].kind == 1 && !IsHidden(table[r]) && table[r].pKeyValue != nullptr)
+        if (table[r].kind == CLPS_ROW_ACTION && !IsHidden(table[r]) &&
+            table[r].pKeyValue != nullptr)
             actions.emplace_back(table[r].pKeyValue);
     }
     return actions;
@@ -125,7 +129,8 @@ std::vector<std::string_view> VisibleActions(const CLPSNVActionRow* table, uint3
 // The names a row lets the user give: its parameters (those that must not
 // be given aside) and, for a selector row, the selector.
 bool RowTakes(const CLPSNVActionRow& row, std::string_view name) {
-    if (row.kind == 8 && row.pKeyName != nullptr && EqualsIgnoreCase(row.pKeyName, name))
+    if (row.kind == CLPS_ROW_SELECTOR && row.pKeyName != nullptr &&
+        EqualsIgnoreCase(row.pKeyName, name))
         return true;
     for (uint32_t i = 0; i < row.paramCount; ++i) {
         const CLPSNVParamRow& p = row.pParams[i];
@@ -138,7 +143,7 @@ bool RowTakes(const CLPSNVActionRow& row, std::string_view name) {
 
 // Presence rules of a report row, its selector, and no word it does not take.
 bool ReportRowMatches(const CLPSNVActionRow& row, const Command& cmd) {
-    if (row.kind == 8) {
+    if (row.kind == CLPS_ROW_SELECTOR) {
         const Word* sel = row.pKeyName != nullptr ? cmd.Find(row.pKeyName) : nullptr;
         if (sel == nullptr || row.pKeyValue == nullptr ||
             !EqualsIgnoreCase(sel->value, row.pKeyValue))
@@ -159,12 +164,13 @@ bool ReportRowMatches(const CLPSNVActionRow& row, const Command& cmd) {
 // report takes.
 std::string ReportRowSynopsis(const CLPSNVActionRow& row) {
     std::vector<std::string> parts;
-    if (row.kind == 8 && row.pKeyName != nullptr && row.pKeyValue != nullptr)
+    if (row.kind == CLPS_ROW_SELECTOR && row.pKeyName != nullptr && row.pKeyValue != nullptr)
         parts.push_back(std::string(row.pKeyName) + "=" + row.pKeyValue);
     for (uint32_t i = 0; i < row.paramCount; ++i) {
         const CLPSNVParamRow& p = row.pParams[i];
         if (p.pUserName == nullptr || !fr::IsRequiredRow(p)) continue;
-        if (row.kind == 8 && row.pKeyName != nullptr && EqualsIgnoreCase(p.pUserName, row.pKeyName))
+        if (row.kind == CLPS_ROW_SELECTOR && row.pKeyName != nullptr &&
+            EqualsIgnoreCase(p.pUserName, row.pKeyName))
             continue;
         std::string part = std::string(p.pUserName) + "=<" + fr::TypeName(p.valueType) + ">";
         if (std::find(parts.begin(), parts.end(), part) == parts.end()) parts.push_back(part);
@@ -197,13 +203,13 @@ std::string ExpectedFor(const CLPSNVActionRow& row, std::string_view name) {
     return "a value";
 }
 
-// Checks the user's words against one row and builds its data-agent list.
-std::optional<Refusal> PrepareRow(const CLPSNVActionRow& row, const Command& cmd,
-                                  std::vector<std::string>& list) {
+// Checks the user's words against one row: words it does not take,
+// required parameters not given, values of the wrong form.
+std::optional<Refusal> CheckRow(const CLPSNVActionRow& row, const Command& cmd) {
     const std::vector<std::string_view> names = fr::UserNames(row.pParams, row.paramCount);
     auto isKey = [&](std::string_view name) {
-        return (row.kind == 1 || row.kind == 8) && row.pKeyName != nullptr &&
-               EqualsIgnoreCase(row.pKeyName, name);
+        return (row.kind == CLPS_ROW_ACTION || row.kind == CLPS_ROW_SELECTOR) &&
+               row.pKeyName != nullptr && EqualsIgnoreCase(row.pKeyName, name);
     };
 
     // Words the row does not take.
@@ -247,7 +253,7 @@ std::optional<Refusal> PrepareRow(const CLPSNVActionRow& row, const Command& cmd
             const bool number = checked.valueType == CLPS_VT_UINT ||
                                 checked.valueType == CLPS_VT_SMALL_UINT ||
                                 checked.valueType == CLPS_VT_RATE;
-            if (row.kind != 1 && number) checked.pMatchValue = nullptr;
+            if (row.kind != CLPS_ROW_ACTION && number) checked.pMatchValue = nullptr;
             if (!fr::IsValueOfType(checked, w.value))
                 return Refusal{CLPS_MSG_BAD_VALUE, pair, fr::DescribeForm(checked)};
             continue;
@@ -258,7 +264,13 @@ std::optional<Refusal> PrepareRow(const CLPSNVActionRow& row, const Command& cmd
         }
         // Only fixed rows carry this name: their pair is sent whatever was given.
     }
-    // The list: request, then one pair per parameter row that applies.
+    return std::nullopt;
+}
+
+// The data-agent list of a row: its request, then one pair per parameter
+// row that applies.
+std::vector<std::string> BuildList(const CLPSNVActionRow& row, const Command& cmd) {
+    std::vector<std::string> list;
     list.emplace_back(row.pRequest);
     for (uint32_t i = 0; i < row.paramCount; ++i) {
         const CLPSNVParamRow& p = row.pParams[i];
@@ -276,7 +288,7 @@ std::optional<Refusal> PrepareRow(const CLPSNVActionRow& row, const Command& cmd
             list.push_back(std::string(p.pOutput) + std::string(w->value));
         }
     }
-    return std::nullopt;
+    return list;
 }
 
 // A required keyword not given, or a property group without any member.
@@ -319,20 +331,19 @@ struct Prepared {
 };
 
 // Runs the callback on a list; its own entries come back in pairs.
-std::optional<Refusal> RunCallback(CLPSNVValidateFunc validate, uint32_t argc, const char** argv,
+std::optional<Refusal> RunCallback(CLPSNVValidateFunc validate,
+                                   const std::vector<const char*>& userWords,
                                    std::vector<std::string>& pairs) {
     if (validate == nullptr) return std::nullopt;
+    if (pairs.size() > CLPS_NV_LIST_MAX) return Refusal{CLPS_MSG_OUT_OF_MEMORY, "", ""};
     std::array<const char*, CLPS_NV_LIST_MAX> list{};
     uint32_t count = static_cast<uint32_t>(pairs.size());
     for (uint32_t i = 0; i < count; ++i) list[i] = pairs[i].c_str();
     // The callback reads the user's name=value words; the command words are
     // not among them.
-    std::vector<const char*> words;
-    for (uint32_t i = 0; argv != nullptr && i < argc; ++i) {
-        if (argv[i] != nullptr && std::strchr(argv[i], '=') != nullptr) words.push_back(argv[i]);
-    }
-    std::array<char, CLPS_ERR_TEXT_SIZE> err1{};
-    std::array<char, CLPS_ERR_TEXT_SIZE> err2{};
+    std::vector<const char*> words = userWords;
+    std::vector<char> err1(CLPS_ERR_TEXT_SIZE, '\0');
+    std::vector<char> err2(CLPS_ERR_TEXT_SIZE, '\0');
     const int32_t status =
         validate(nullptr, nullptr, static_cast<uint32_t>(words.size()), words.data(), &count,
                  list.data(), nullptr, nullptr, err1.data(), err2.data());
@@ -348,6 +359,70 @@ std::optional<Refusal> RunCallback(CLPSNVValidateFunc validate, uint32_t argc, c
     }
     pairs = std::move(after);
     return std::nullopt;
+}
+
+// A value no identifier can have: the object's checks refuse it and name
+// what would have been valid.
+constexpr std::string_view kProbeValue = "?";
+
+// A required identifier the line does not give: the object's own checks are
+// asked what it may be (with a value none accepts), so the refusal lists the
+// controllers, disks or batteries that exist rather than only the form.
+void ListWhatExists(Refusal& missing, const CLPSNVActionRow& row, const Command& cmd,
+                    CLPSNVValidateFunc validate) {
+    if (validate == nullptr || !fr::KeywordsOf(row.pParams, row.paramCount, missing.arg1).empty())
+        return;
+    Command probe = cmd;
+    const std::string probeWord = missing.arg1 + "=" + std::string(kProbeValue);
+    probe.userWords.push_back(probeWord.c_str());
+    probe.words.push_back({missing.arg1, kProbeValue});
+    std::vector<std::string> list = BuildList(row, probe);
+    const auto answer = RunCallback(validate, probe.userWords, list);
+    if (!answer || answer->arg1 != kProbeValue || answer->arg2.empty() ||
+        answer->arg2.rfind("None", 0) == 0)
+        return;
+    missing.arg2 = "one of " + answer->arg2;
+}
+
+// A report row the line would select if it gave the parameters the row
+// requires: the one needing the fewest (the first of them in table order).
+// Its first missing parameter is refused as missing, before any check could
+// speak of an identifier that was never given.
+std::optional<Refusal> MissingForReport(const CLPSNVActionRow* table, uint32_t rowCount,
+                                        const Command& cmd, const CLPSNVActionRow** which) {
+    std::optional<Refusal> best;
+    size_t bestCount = 0;
+    for (uint32_t r = 0; r < rowCount; ++r) {
+        const CLPSNVActionRow& row = table[r];
+        if (row.kind == CLPS_ROW_ACTION) continue;
+        if (row.kind == CLPS_ROW_SELECTOR) {
+            const Word* sel = row.pKeyName != nullptr ? cmd.Find(row.pKeyName) : nullptr;
+            if (sel == nullptr || row.pKeyValue == nullptr ||
+                !EqualsIgnoreCase(sel->value, row.pKeyValue))
+                continue;
+        }
+        if (!std::all_of(cmd.words.begin(), cmd.words.end(),
+                         [&](const Word& w) { return RowTakes(row, w.name); }))
+            continue;
+        std::vector<std::string_view> missing;
+        bool excluded = false;
+        for (uint32_t i = 0; i < row.paramCount; ++i) {
+            const CLPSNVParamRow& p = row.pParams[i];
+            if (p.pUserName == nullptr) continue;
+            const bool given = cmd.Find(p.pUserName) != nullptr;
+            excluded = excluded || (p.usage == CLPS_USE_MUST_NOT_GIVE && given);
+            if (!given && fr::IsRequiredRow(p) &&
+                std::none_of(missing.begin(), missing.end(),
+                             [&](std::string_view m) { return EqualsIgnoreCase(m, p.pUserName); }))
+                missing.emplace_back(p.pUserName);
+        }
+        if (excluded || missing.empty() || (best && missing.size() >= bestCount)) continue;
+        best = Refusal{CLPS_MSG_MISSING_PARAM, std::string(missing.front()),
+                       ExpectedFor(row, missing.front())};
+        bestCount = missing.size();
+        *which = &row;
+    }
+    return best;
 }
 
 // Replaces the response's record of the list sent.
@@ -482,9 +557,10 @@ std::optional<Refusal> SelectReportRows(const CLPSNVActionRow* table, uint32_t r
     std::vector<std::string_view> known;
     for (uint32_t r = 0; r < rowCount; ++r) {
         const CLPSNVActionRow& row = table[r];
-        if (row.kind == 1) continue;
+        if (row.kind == CLPS_ROW_ACTION) continue;
         std::vector<std::string_view> names = fr::UserNames(row.pParams, row.paramCount);
-        if (row.kind == 8 && row.pKeyName != nullptr) names.insert(names.begin(), row.pKeyName);
+        if (row.kind == CLPS_ROW_SELECTOR && row.pKeyName != nullptr)
+            names.insert(names.begin(), row.pKeyName);
         for (std::string_view n : names) {
             if (std::none_of(known.begin(), known.end(),
                              [&](std::string_view k) { return EqualsIgnoreCase(k, n); }))
@@ -501,7 +577,8 @@ std::optional<Refusal> SelectReportRows(const CLPSNVActionRow* table, uint32_t r
     // report together; sending the first alone would leave the others
     // unreachable. Their answers are joined into one document.
     for (uint32_t r = 0; r < rowCount; ++r) {
-        if (table[r].kind != 1 && ReportRowMatches(table[r], cmd)) selected.push_back(&table[r]);
+        if (table[r].kind != CLPS_ROW_ACTION && ReportRowMatches(table[r], cmd))
+            selected.push_back(&table[r]);
     }
     return std::nullopt;
 }
@@ -511,15 +588,15 @@ std::optional<Refusal> SelectReportRows(const CLPSNVActionRow* table, uint32_t r
 Refusal NoReportRow(const CLPSNVActionRow* table, uint32_t rowCount, const Command& cmd,
                     uint32_t argc, const char** argv) {
     for (uint32_t r = 0; r < rowCount; ++r) {
-        if (table[r].kind != 8 || table[r].pKeyName == nullptr) continue;
+        if (table[r].kind != CLPS_ROW_SELECTOR || table[r].pKeyName == nullptr) continue;
         const Word* sel = cmd.Find(table[r].pKeyName);
         if (sel == nullptr) continue;
         std::vector<std::string_view> values;
         bool known = false;
         for (uint32_t o = 0; o < rowCount; ++o) {
             const CLPSNVActionRow& row = table[o];
-            if (row.kind != 8 || row.pKeyName == nullptr || row.pKeyValue == nullptr ||
-                !EqualsIgnoreCase(row.pKeyName, sel->name))
+            if (row.kind != CLPS_ROW_SELECTOR || row.pKeyName == nullptr ||
+                row.pKeyValue == nullptr || !EqualsIgnoreCase(row.pKeyName, sel->name))
                 continue;
             known = known || EqualsIgnoreCase(row.pKeyValue, sel->value);
             if (!IsHidden(row) && std::find(values.begin(), values.end(),
@@ -535,7 +612,7 @@ Refusal NoReportRow(const CLPSNVActionRow* table, uint32_t rowCount, const Comma
     }
     std::vector<std::string> synopses;
     for (uint32_t r = 0; r < rowCount; ++r) {
-        if (table[r].kind == 1 || IsHidden(table[r])) continue;
+        if (table[r].kind == CLPS_ROW_ACTION || IsHidden(table[r])) continue;
         std::string synopsis = ReportRowSynopsis(table[r]);
         if (std::find(synopses.begin(), synopses.end(), synopsis) == synopses.end())
             synopses.push_back(std::move(synopsis));
@@ -553,7 +630,7 @@ CLPSResponse* RunFrame(uint32_t argc, const char** argv, uint32_t usageMsgId,
         return Usage(cmd, usageMsgId, table, rowCount, styleSheet);
 
     if (!cmd.stray.empty()) {
-        return Respond({CLPS_MSG_UNEXPECTED_PARAM, cmd.stray, "name=value words only"}, styleSheet);
+        return Respond({CLPS_MSG_STRAY_WORD, cmd.stray, "name=value words"}, styleSheet);
     }
     if (!cmd.twice.empty()) {
         return Respond({CLPS_MSG_UNEXPECTED_PARAM, cmd.twice, cmd.twice + " once only"},
@@ -563,8 +640,8 @@ CLPSResponse* RunFrame(uint32_t argc, const char** argv, uint32_t usageMsgId,
     const CLPSNVActionRow* firstAction = nullptr;
     bool hasReportRows = false;
     for (uint32_t r = 0; r < rowCount; ++r) {
-        if (table[r].kind == 1 && firstAction == nullptr) firstAction = &table[r];
-        if (table[r].kind != 1) hasReportRows = true;
+        if (table[r].kind == CLPS_ROW_ACTION && firstAction == nullptr) firstAction = &table[r];
+        if (table[r].kind != CLPS_ROW_ACTION) hasReportRows = true;
     }
 
     std::vector<const CLPSNVActionRow*> selected;
@@ -573,14 +650,21 @@ CLPSResponse* RunFrame(uint32_t argc, const char** argv, uint32_t usageMsgId,
                              : nullptr;
     if (action != nullptr) {
         for (uint32_t r = 0; r < rowCount && selected.empty(); ++r) {
-            if (table[r].kind == 1 && table[r].pKeyValue != nullptr &&
+            if (table[r].kind == CLPS_ROW_ACTION && table[r].pKeyValue != nullptr &&
                 EqualsIgnoreCase(table[r].pKeyValue, action->value))
                 selected.push_back(&table[r]);
         }
         if (selected.empty()) {
-            return Respond({CLPS_MSG_BAD_ACTION, std::string(action->value),
-                            fr::Join(VisibleActions(table, rowCount), ", ")},
-                           styleSheet);
+            const auto actions = VisibleActions(table, rowCount);
+            const auto nearest = vk::NearestWords(action->value, actions);
+            if (!nearest.empty()) {
+                return Respond({CLPS_MSG_NEAR_ACTION, std::string(action->value),
+                                vk::JoinAlternatives(nearest)},
+                               styleSheet);
+            }
+            return Respond(
+                {CLPS_MSG_BAD_ACTION, std::string(action->value), fr::Join(actions, ", ")},
+                styleSheet);
         }
     } else if (!hasReportRows) {
         return Respond(
@@ -590,10 +674,15 @@ CLPSResponse* RunFrame(uint32_t argc, const char** argv, uint32_t usageMsgId,
         if (auto refusal = SelectReportRows(table, rowCount, cmd, selected))
             return Respond(*refusal, styleSheet);
         if (selected.empty()) {
+            const CLPSNVActionRow* incomplete = nullptr;
+            if (auto missing = MissingForReport(table, rowCount, cmd, &incomplete)) {
+                ListWhatExists(*missing, *incomplete, cmd, validate);
+                return Respond(*missing, styleSheet);
+            }
             // The object's own checks speak first: they name a bad
             // identifier or option more precisely than the frame can.
             std::vector<std::string> none;
-            if (auto refusal = RunCallback(validate, argc, argv, none))
+            if (auto refusal = RunCallback(validate, cmd.userWords, none))
                 return Respond(*refusal, styleSheet);
             return Respond(NoReportRow(table, rowCount, cmd, argc, argv), styleSheet);
         }
@@ -601,12 +690,16 @@ CLPSResponse* RunFrame(uint32_t argc, const char** argv, uint32_t usageMsgId,
 
     std::vector<Prepared> prepared;
     for (const CLPSNVActionRow* row : selected) {
-        Prepared p{row, {}};
-        if (auto refusal = PrepareRow(*row, cmd, p.pairs)) return Respond(*refusal, styleSheet);
+        if (auto refusal = CheckRow(*row, cmd)) {
+            if (refusal->msgId == CLPS_MSG_MISSING_PARAM)
+                ListWhatExists(*refusal, *row, cmd, validate);
+            return Respond(*refusal, styleSheet);
+        }
+        Prepared p{row, BuildList(*row, cmd)};
         if (p.pairs.size() > CLPS_NV_LIST_MAX) {
             return Respond({CLPS_MSG_OUT_OF_MEMORY, cmd.object, ""}, styleSheet);
         }
-        if (auto refusal = RunCallback(validate, argc, argv, p.pairs))
+        if (auto refusal = RunCallback(validate, cmd.userWords, p.pairs))
             return Respond(*refusal, styleSheet);
         if (auto refusal = MissingChoice(*row, cmd)) return Respond(*refusal, styleSheet);
         prepared.push_back(std::move(p));
@@ -630,12 +723,14 @@ const char* CLPSNVKeepString(const char* text) {
 }
 
 CLPSResponse* CLPSNVCmdConfigFunc(uint32_t argc, const char** argv, uint32_t usageMsgId,
-                                  uint32_t /*secondMsgId*/, const CLPSNVActionRow* table,
+                                  uint32_t secondMsgId, const CLPSNVActionRow* table,
                                   uint32_t rowCount, const char* styleSheet,
                                   CLPSNVValidateFunc validate) {
     ArenaScope scope;
     try {
         if (table == nullptr) rowCount = 0;
+        if ((CLPSGetHostFlags() & CLPS_HOST_DESCRIBE) != 0)
+            return fr::DescribeTable(usageMsgId, secondMsgId, table, rowCount, styleSheet);
         return RunFrame(argc, argv, usageMsgId, table, rowCount, styleSheet, validate);
     } catch (const std::bad_alloc&) {
         return nullptr;

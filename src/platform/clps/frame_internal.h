@@ -48,8 +48,18 @@ std::string Join(const std::vector<std::string_view>& items, std::string_view se
 // <Usage object="..."> for a table; hidden rows are left out.
 std::string BuildUsageXml(std::string_view object, const CLPSNVActionRow* table, uint32_t rowCount);
 
-// Empty when the table is sound, else what is wrong with it.
+// A CLPS_RESP_DESCRIBE response describing a table's rows: each action with
+// its parameters, keywords and fixed pairs, each report row with its
+// selector and rules (frame_describe.cpp). Null when memory ran out.
+CLPSResponse* DescribeTable(uint32_t usageMsgId, uint32_t secondMsgId, const CLPSNVActionRow* table,
+                            uint32_t rowCount, const char* styleSheet);
+// Every command of a command descriptor table, each with what its handler
+// answers when asked for a description.
+CLPSResponse* DescribeCommands(const CLPSCCDT* table, uint32_t count);
+
+// Empty when the table is sound, else what is wrong with it (table_check.cpp).
 std::string CheckTable(const CLPSNVActionRow* table, uint32_t rowCount);
+std::string CheckCommandTable(const CLPSCCDT* table, uint32_t count);
 
 }  // namespace clps::frame
 

@@ -7,6 +7,7 @@
 
 #include "clps.h"
 #include "clps_util.h"
+#include "help_words.h"
 #include "ocs.h"
 
 namespace clps {
@@ -23,12 +24,20 @@ std::string CommandWords(uint32_t argc, const char** argv) {
     std::string words;
     for (uint32_t i = 0; argv != nullptr && i < argc; ++i) {
         if (argv[i] == nullptr || std::strchr(argv[i], '=') != nullptr) break;
-        // Help markers ask for usage; they are not part of the command.
-        if (EqualsIgnoreCase(argv[i], "-?") || EqualsIgnoreCase(argv[i], "help")) continue;
+        // Help words ask for usage; they are not part of the command.
+        if (vk::IsHelpWord(argv[i])) continue;
         if (!words.empty()) words += ' ';
         words += argv[i];
     }
     return words;
+}
+
+uint32_t FirstHelpWord(uint32_t argc, const char** argv) {
+    // The program name (the first word) is never a help request.
+    for (uint32_t i = 1; argv != nullptr && i < argc; ++i) {
+        if (argv[i] != nullptr && vk::IsHelpWord(argv[i])) return i;
+    }
+    return argc;
 }
 
 }  // namespace clps

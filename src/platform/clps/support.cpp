@@ -71,12 +71,7 @@ bool KeepRequest(CLPSResponse* resp, uint32_t count, const char** nvPairs) {
 extern "C" {
 
 int32_t CLPSIsUsageHelp(uint32_t argc, const char** argv) {
-    for (uint32_t i = 0; argv != nullptr && i < argc; ++i) {
-        if (argv[i] == nullptr) continue;
-        if (clps::EqualsIgnoreCase(argv[i], "-?") || clps::EqualsIgnoreCase(argv[i], "help"))
-            return 1;
-    }
-    return 0;
+    return clps::FirstHelpWord(argc, argv) < argc ? 1 : 0;
 }
 
 CLPSResponse* CLPSNVCheckExtraParams(uint32_t argc, const char** argv, const char* styleSheet) {

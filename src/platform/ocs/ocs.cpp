@@ -2,8 +2,6 @@
 // hook, growable XML buffers and name/value lookup.
 #include "ocs.h"
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -14,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include "os/module.h"
 #include "text.h"
 
 namespace {
@@ -114,15 +113,13 @@ int32_t OCSGetExportContext(OCSExportContext* ctx) {
         return -1;
     }
     // The caller's return address lies inside the module that asks.
-    Dl_info info{};
-    if (dladdr(__builtin_return_address(0), &info) == 0) {
+    const auto module = vk::os::ModuleContaining(__builtin_return_address(0));
+    if (!module) {
         return -1;
     }
     ctx->magic = OCS_EXPORT_CONTEXT_MAGIC;
-    ctx->moduleBase = info.dli_fbase;
-    std::string_view path = info.dli_fname != nullptr ? info.dli_fname : "";
-    const size_t slash = path.rfind('/');
-    std::string_view name = slash == std::string_view::npos ? path : path.substr(slash + 1);
+    ctx->moduleBase = module->base;
+    const std::string name = module->file.filename().string();
     std::snprintf(ctx->moduleName, sizeof ctx->moduleName, "%.*s", static_cast<int>(name.size()),
                   name.data());
     return 0;

@@ -6,11 +6,17 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "vk_export.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-#define VK_EXPORT __attribute__((visibility("default")))
+#ifdef vkacs64_EXPORTS
+#define VK_EXPORT VK_DLL_EXPORT
+#else
+#define VK_EXPORT VK_DLL_IMPORT
+#endif
 
 /* ---- export context ----------------------------------------------------
  * A module captures its context once (at load) with OCSGetExportContext and

@@ -1,11 +1,9 @@
 // Data-agent access. Every prefix gets one small handle for the life of the
 // process; what answers behind a handle is decided at each call: an agent
-// installed in-process first, else the module lib<prefix>.so from the agents
-// directory (loaded once and kept). Each answer remembers the agent that made
-// it, so it is always freed by its producer.
+// installed in-process first, else the agent module (lib<prefix>.so, or
+// <prefix>.dll on Windows) from the agents directory (loaded once and kept). Each answer remembers
+// the agent that made it, so it is always freed by its producer.
 #include "vkdb.h"
-
-#include <dlfcn.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -18,6 +16,8 @@
 #include <unordered_map>
 #include <utility>
 #include <vector>
+
+#include "os/module.h"
 
 namespace {
 
@@ -77,44 +77,41 @@ std::string ComputeAgentDir() {
     if (const char* env = std::getenv("VK_AGENT_DIR"); env != nullptr && *env != '\0') {
         return env;
     }
-    Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&VKDBPluginAgentDir), &info) != 0 &&
-        info.dli_fname != nullptr) {
-        std::string path = info.dli_fname;
-        const size_t slash = path.rfind('/');
-        if (slash != std::string::npos) {
-            // The loader may report the library through a relative run path
-            // ("bin/../lib/vk"); the canonical form is what users expect to see.
-            const std::filesystem::path dir = path.substr(0, slash);
-            std::error_code ec;
-            const std::filesystem::path real = std::filesystem::canonical(dir, ec);
-            return ((ec ? dir : real) / "agents").string();
-        }
+    if (const auto self =
+            vk::os::ModuleContaining(reinterpret_cast<const void*>(&VKDBPluginAgentDir));
+        self && self->file.has_parent_path()) {
+        // The loader may report the library through a relative run path
+        // ("bin/../lib/vk"); the canonical form is what users expect to see.
+        const std::filesystem::path dir = self->file.parent_path();
+        std::error_code ec;
+        const std::filesystem::path real = std::filesystem::canonical(dir, ec);
+        return ((ec ? dir : real) / "agents").string();
     }
     return "agents";
 }
 
-// Loads lib<prefix>.so once; a module without both entry points is unusable.
-// Called with the registry lock held.
+// Loads the agent module once; a module without both entry points is
+// unusable. Called with the registry lock held.
 std::optional<Agent> LoadModule(Registry& reg, std::string_view prefix) {
     if (auto it = reg.modules.find(prefix); it != reg.modules.end()) {
         return it->second;
     }
-    const std::string path =
-        std::string(VKDBPluginAgentDir()) + "/lib" + std::string(prefix) + ".so";
-    void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (module == nullptr) {
+    const std::filesystem::path path =
+        std::filesystem::path(VKDBPluginAgentDir()) / vk::os::ModuleFileName(prefix);
+    std::string error;
+    vk::os::Module module = vk::os::Module::Load(path, error);
+    if (!module) {
         return std::nullopt;
     }
     Agent agent;
-    agent.send = reinterpret_cast<VKDBAgentSendCmdFunc>(dlsym(module, VKDB_AGENT_SEND_SYMBOL));
-    agent.freeData = reinterpret_cast<VKDBAgentFreeDataFunc>(dlsym(module, VKDB_AGENT_FREE_SYMBOL));
+    agent.send = reinterpret_cast<VKDBAgentSendCmdFunc>(module.Find(VKDB_AGENT_SEND_SYMBOL));
+    agent.freeData = reinterpret_cast<VKDBAgentFreeDataFunc>(module.Find(VKDB_AGENT_FREE_SYMBOL));
     if (agent.send == nullptr || agent.freeData == nullptr) {
-        dlclose(module);
         return std::nullopt;
     }
     // The module stays loaded for the life of the process: answers and
     // handles may outlive any single caller.
+    module.Keep();
     reg.modules.emplace(std::string(prefix), agent);
     return agent;
 }

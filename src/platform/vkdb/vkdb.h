@@ -1,16 +1,23 @@
 /* Data-agent access (vkadb64). An agent is found by its prefix ("kvda"):
- * either a module lib<prefix>.so in the agents directory, or an in-process
- * agent installed by a test. The transport stays behind these functions. */
+ * either a module lib<prefix>.so (<prefix>.dll on Windows) in the agents
+ * directory, or an in-process agent installed by a test. The transport stays
+ * behind these functions. */
 #ifndef VK_PLATFORM_VKDB_H
 #define VK_PLATFORM_VKDB_H
 
 #include <stdint.h>
 
+#include "vk_export.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-#define VK_VKDB_EXPORT __attribute__((visibility("default")))
+#ifdef vkadb64_EXPORTS
+#define VK_VKDB_EXPORT VK_DLL_EXPORT
+#else
+#define VK_VKDB_EXPORT VK_DLL_IMPORT
+#endif
 
 /* Non-zero (low 16 bits) when the agent can be reached. */
 VK_VKDB_EXPORT uint32_t VKDBPluginInstalledByPrefix(const char* prefix);
@@ -24,7 +31,9 @@ VK_VKDB_EXPORT char* VKDBPluginSendCmd(uintptr_t id, uint32_t count, const char*
 VK_VKDB_EXPORT void VKDBPluginFreeData(uintptr_t id, char* data);
 
 /* ---- agent modules ------------------------------------------------------
- * An agent module exports these two functions with C linkage. */
+ * An agent module exports these two functions with C linkage, marked with
+ * VKDB_AGENT_EXPORT. */
+#define VKDB_AGENT_EXPORT VK_DLL_EXPORT
 typedef char* (*VKDBAgentSendCmdFunc)(void* context, uint32_t count, const char** nvPairs);
 typedef void (*VKDBAgentFreeDataFunc)(void* context, char* data);
 #define VKDB_AGENT_SEND_SYMBOL "VKDBAgentSendCmd"

@@ -6,11 +6,17 @@
 
 #include <stdint.h>
 
+#include "vk_export.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-#define VK_XMLSUP_EXPORT __attribute__((visibility("default")))
+#ifdef xmlsup64_EXPORTS
+#define VK_XMLSUP_EXPORT VK_DLL_EXPORT
+#else
+#define VK_XMLSUP_EXPORT VK_DLL_IMPORT
+#endif
 
 /* Results of XMLSupGetXMLMemData. */
 #define XMLSUP_OK 0
@@ -22,8 +28,9 @@ extern "C" {
  * depth, any parent) whose name equals tag exactly, and copies its text
  * content into out. *pSize gives the capacity of out in bytes; the copy is
  * cut to capacity - 1 bytes and always terminated; on return *pSize holds
- * the bytes written with the terminator. reserved*, matchMode and valueType
- * are accepted for compatibility (callers pass 0, 1, 1, 0, 0). */
+ * the bytes written with the terminator. Names are matched exactly and
+ * values read as text whatever matchMode and valueType say, so those and
+ * the reserved arguments are not read (callers pass 0, 1, 1, 0, 0). */
 VK_XMLSUP_EXPORT int32_t XMLSupGetXMLMemData(void* reserved0, const char* tag, uint32_t matchMode,
                                              uint32_t occurrence, uint32_t valueType,
                                              uint32_t* pSize, char* out, void* reserved1,
@@ -37,8 +44,8 @@ typedef struct SXDOMGenericList {
     void** ppItems;
 } SXDOMGenericList;
 
-/* Parses len bytes of xml. Null when the text is not well-formed. flags is
- * accepted for compatibility (callers pass 1). */
+/* Parses len bytes of xml. Null when the text is not well-formed. Every
+ * document is parsed the same way, so flags is not read (callers pass 1). */
 VK_XMLSUP_EXPORT void* SXDOMCreate(const char* xml, uint32_t len, uint32_t flags);
 VK_XMLSUP_EXPORT void SXDOMDestroy(void* root);
 /* Every element below the document element whose name equals name exactly,
