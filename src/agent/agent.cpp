@@ -56,7 +56,7 @@ int64_t Agent::now() {
     return effectiveTime(estate(), wallMillis());
 }
 
-std::string Agent::send(const std::vector<std::string>& pairs) {
+Reply Agent::reply(const std::vector<std::string>& pairs) {
     std::lock_guard lock(mutex_);
     Answer answer;
     int st = status::kOk;
@@ -83,13 +83,15 @@ std::string Agent::send(const std::vector<std::string>& pairs) {
         st = e.status;
         message = e.message;
     } catch (const std::exception& e) {
+        // Anything but a refusal means the estate could not be used.
         st = status::kStateError;
         message = e.what();
     }
     // the journal records what was asked and what came of it
     store_.journal(journalLine(pairs) + " => " + std::to_string(st) +
                    (message.empty() ? "" : " " + message));
-    return answer.finish(st, message);
+    std::string text = answer.finish(st, message);
+    return {st, std::move(message), std::move(text)};
 }
 
 }  // namespace kvda

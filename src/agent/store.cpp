@@ -114,7 +114,16 @@ Store::Store(const fs::path& path) : db_(ensureDir(path).string()) {
         has.step();
         return has.integer(0) != 0;
     };
+    // Only an empty database becomes an estate: one with tables of its own
+    // belongs to something else.
+    auto isEmpty = [&] {
+        Stmt any(db_, "SELECT count(*) FROM sqlite_master");
+        any.step();
+        return any.integer(0) == 0;
+    };
     if (!hasMeta()) {
+        if (!isEmpty())
+            throw UnusableState("state file " + path.string() + " is a database but not an estate");
         if (db_.readOnly())
             throw Error("state file " + path.string() +
                         " holds no estate and this user may not create one");
@@ -132,9 +141,10 @@ Store::Store(const fs::path& path) : db_(ensureDir(path).string()) {
     Stmt v(db_, "SELECT value FROM meta WHERE key='schema_version'");
     std::string version = v.step() ? v.text(0) : "none";
     if (version != std::to_string(kSchemaVersion))
-        throw Error("state file " + path.string() + " has schema version " + version +
-                    std::string("; this kvda reads version ") + std::to_string(kSchemaVersion) +
-                    " (recreate it with: kvda init --force)");
+        throw UnusableState("state file " + path.string() + " has schema version " + version +
+                            std::string("; this kvda reads version ") +
+                            std::to_string(kSchemaVersion) +
+                            " (recreate it with: kvda init --force)");
 }
 
 Stmt& Store::statement(size_t slot, const char* sql) {
@@ -285,11 +295,18 @@ void Store::select(const Query& q, const std::function<void(const StoredRow&)>& 
         while (s.step()) {
             const int64_t code = s.integer(1);
             if (code < 0 || code >= static_cast<int64_t>(kKinds.size()))
-                throw Error("state file " + db_.path() + ": object " +
-                            std::to_string(s.integer(0)) + " is of no known kind");
+                throw UnusableState("state file " + db_.path() + ": object " +
+                                    std::to_string(s.integer(0)) + " is of no known kind");
             row({s.integer(0), kKinds[static_cast<size_t>(code)], s.integer(2), s.integer(3),
                  s.view(4), s.view(5)});
         }
+    } catch (const Error&) {
+        s.reset();
+        throw;
+    } catch (const std::runtime_error& e) {
+        // a stored object that cannot be read back
+        s.reset();
+        throw UnusableState("state file " + db_.path() + ": " + e.what());
     } catch (...) {
         s.reset();
         throw;
@@ -376,8 +393,8 @@ void Store::refreshColumns(int64_t oid) {
     if (code >= 0 && code < static_cast<int64_t>(kKinds.size()))
         o.kind = std::string(kKinds[static_cast<size_t>(code)]);
     if (!decodeProps(get.view(1), o.props))
-        throw Error("state file " + db_.path() + ": the properties of object " +
-                    std::to_string(oid) + " are damaged");
+        throw UnusableState("state file " + db_.path() + ": the properties of object " +
+                            std::to_string(oid) + " are damaged");
     Stmt ov(db_, "SELECT tag, value FROM overrides WHERE oid=?1");
     ov.bind(1, oid);
     while (ov.step()) o.overrides[ov.text(0)] = ov.text(1);

@@ -69,11 +69,17 @@ int cmdInit(const std::vector<std::string>& args) {
     fs::path state = defaultStatePath();
     if (fs::exists(state) && !force)
         throw Error("state file " + state.string() + " exists; add --force to replace it");
+    // --force replaces a file, never a directory or a device
+    if (fs::exists(state) && !fs::is_regular_file(state))
+        throw Error("state file " + state.string() +
+                    " is not a regular file; kvda init replaces only a file");
     try {
         Store store(state);
         store.replace(estate, name);
-    } catch (const Error& e) {
-        if (!force || std::string(e.what()).find("schema version") == std::string::npos) throw;
+    } catch (const UnusableState&) {
+        // no estate this kvda can use (not a database, damaged, another
+        // version): made anew, its log and shared memory with it
+        if (!force) throw;
         for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(state.string() + suffix);
         Store store(state);
         store.replace(estate, name);
