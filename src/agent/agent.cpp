@@ -9,7 +9,10 @@ namespace kvda {
 
 namespace fs = std::filesystem;
 
-Agent::Agent(const fs::path& statePath) : store_(statePath) {}
+Agent::Agent(const fs::path& statePath) : store_(statePath) {
+    // A bad clock setting is refused at once, not only once an operation runs.
+    timeScale();
+}
 
 const Estate& Agent::current() {
     int64_t g = store_.generation();

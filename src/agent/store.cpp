@@ -3,8 +3,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
+#include <optional>
 
 #include "mechanics.h"
 #include "profile.h"
@@ -77,6 +80,15 @@ constexpr auto kIndexes = std::to_array<Index>({
 constexpr const char* kInsertObject =
     "INSERT INTO objects(oid, kind, ctrl, parent, addr, state, attrs, busy, props)"
     " VALUES(?1,?2,?3,?4,?5,?6,?7,?8,?9)";
+
+// A meta value: a decimal number from `least` to `most`.
+std::optional<int64_t> storedNumber(std::string_view text, int64_t least, int64_t most) {
+    int64_t n = 0;
+    const auto r = std::from_chars(text.data(), text.data() + text.size(), n);
+    if (r.ec != std::errc() || r.ptr != text.data() + text.size() || n < least || n > most)
+        return std::nullopt;
+    return n;
+}
 
 fs::path ensureDir(const fs::path& path) {
     std::error_code ec;
@@ -249,11 +261,17 @@ Estate Store::view() {
     Estate e(*this, std::move(overrides));
     Stmt m(db_, "SELECT key, value FROM meta WHERE key IN ('sim_time','wall_anchor','next_oid')");
     while (m.step()) {
-        std::string k = m.text(0);
-        int64_t v = std::atoll(m.text(1).c_str());
-        if (k == "sim_time") e.simTime = v;
-        if (k == "wall_anchor") e.wallAnchor = v;
-        if (k == "next_oid") e.nextOid = v;
+        const std::string k = m.text(0);
+        // The clock's values are checked here once, so that time arithmetic
+        // never starts from a value out of its range.
+        const int64_t most = k == "sim_time" ? kMaxSimTime : INT64_MAX;
+        const std::optional<int64_t> v = storedNumber(m.text(1), 0, most);
+        if (!v)
+            throw UnusableState("state file " + db_.path() + ": the stored " + k + " '" +
+                                m.text(1) + "' is out of range");
+        if (k == "sim_time") e.simTime = *v;
+        if (k == "wall_anchor") e.wallAnchor = *v;
+        if (k == "next_oid") e.nextOid = *v;
     }
     Stmt last(db_, "SELECT max(oid) FROM objects");
     if (last.step() && !last.isNull(0)) e.nextOid = std::max(e.nextOid, last.integer(0) + 1);
@@ -364,7 +382,13 @@ int64_t Store::mutate(const Mutation& change, Estate& result) {
     Estate e = view();
     int64_t now = effectiveTime(e, wallMillis());
     advanceEstate(e, e.simTime, now);
+    const int64_t before = now;
     change(e, now);
+    // a change may move the clock on, never back and never past its end
+    if (now < before || now > kMaxSimTime)
+        throw Error("the simulated time would become " + std::to_string(now) +
+                    " seconds; it runs from " + std::to_string(before) + " to at most " +
+                    std::to_string(kMaxSimTime));
     writeChanges(e);
     const int64_t wall = wallMillis();
     Stmt m(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES(?1, ?2)");

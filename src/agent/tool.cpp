@@ -209,8 +209,9 @@ int cmdTime(Agent& agent, const std::vector<std::string>& args) {
             throw Usage("time: expected 'kvda time' or 'kvda time advance DURATION'");
         const int64_t by = parseDuration(args[1]);
         agent.mutate([&](Estate& e, int64_t& now) {
-            advanceEstate(e, now, now + by);
-            now += by;
+            const int64_t to = advancedTime(now, by);
+            advanceEstate(e, now, to);
+            now = to;
         });
     }
     const int64_t now = agent.now();
