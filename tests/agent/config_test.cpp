@@ -114,6 +114,7 @@ TEST_F(AgentConfigTest, RefusedCreationsLeaveTheEstateUntouched) {
         {{"GlobalNo=0", "Layout=64", three, "Name=OS"}, 8, "already named"},
         {{"GlobalNo=0", "Layout=64", three, "Name=a/b"}, 7, "may hold only"},
         {{"GlobalNo=0", "Layout=64", three, "Length=99999999999999"}, 8, "beyond the free space"},
+        {{"GlobalNo=0", "Layout=64", three, "Length=999999999999999999g"}, 8, "beyond the free"},
         {{"GlobalNo=0", "Layout=64", three, "Length=1024"}, 7, "below the smallest"},
         {{"GlobalNo=0", "Layout=64", three, "StripeSize=1"}, 7, "StripeSize"},
         {{"GlobalNo=0", "Layout=64", three, "WritePolicy=3"}, 7, "WritePolicy"},
