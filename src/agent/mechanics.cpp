@@ -23,8 +23,8 @@ double timeScale() {
     double v = 0;
     const auto r = std::from_chars(text.data(), text.data() + text.size(), v);
     // from_chars also reads "inf" and "nan"; neither is a speed
-    if (r.ec != std::errc() || r.ptr != text.data() + text.size() ||
-        !std::isfinite(v) || v < 0 || v > kMaxTimeScale)
+    if (r.ec != std::errc() || r.ptr != text.data() + text.size() || !std::isfinite(v) || v < 0 ||
+        v > kMaxTimeScale)
         throw Error("KVDA_TIME_SCALE='" + std::string(text) +
                     "' is not a time scale: give a number from 0 (the clock stands still) to " +
                     std::to_string(static_cast<int64_t>(kMaxTimeScale)));

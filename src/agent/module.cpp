@@ -46,7 +46,7 @@ std::optional<std::string> answer(uint32_t count, const char** pairs) {
 
 extern "C" {
 
-VK_VKDB_EXPORT char* VKDBAgentSendCmd(void* /*context*/, uint32_t count, const char** nvPairs) {
+VKDB_AGENT_EXPORT char* VKDBAgentSendCmd(void* /*context*/, uint32_t count, const char** nvPairs) {
     try {
         tFailure.clear();
         std::optional<std::string> text = answer(count, nvPairs);
@@ -60,11 +60,11 @@ VK_VKDB_EXPORT char* VKDBAgentSendCmd(void* /*context*/, uint32_t count, const c
     }
 }
 
-VK_VKDB_EXPORT const char* VKDBAgentFailure(void* /*context*/) {
+VKDB_AGENT_EXPORT const char* VKDBAgentFailure(void* /*context*/) {
     return tFailure.empty() ? nullptr : tFailure.c_str();
 }
 
-VK_VKDB_EXPORT void VKDBAgentFreeData(void* /*context*/, char* data) {
+VKDB_AGENT_EXPORT void VKDBAgentFreeData(void* /*context*/, char* data) {
     std::unique_ptr<char[]> owned(data);
 }
 }

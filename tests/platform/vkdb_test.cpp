@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <thread>
@@ -182,7 +183,8 @@ TEST(Vkdb, AnswerIsFreedByTheAgentThatMadeIt) {
 // the calling thread, naming the file at fault, until it is cleared.
 TEST(Vkdb, AnAgentThatCannotBeUsedLeavesItsCause) {
     const std::string agents = VKDBPluginAgentDir();
-    const std::string kvtest = agents + "/" + vk::os::ModuleFileName("kvtest");
+    const std::string kvtest =
+        (std::filesystem::path(agents) / vk::os::ModuleFileName("kvtest")).string();
     FakeAgent fake;
     Installed installed("recda", fake);
     struct Case {
@@ -206,8 +208,8 @@ TEST(Vkdb, AnAgentThatCannotBeUsedLeavesItsCause) {
         {"kvtest", "vkacmd=unusable", "", "state file /nowhere/kvda.db: file is not a database"},
         {"kvtest", "vkacmd=garbage", "",
          "the agent module " + kvtest + " answered vkacmd=garbage with text that is not "},
-        {"nosuchagent", "vkacmd=x", "", "cannot load the agent module " + agents + "/"},
-        {"kvbroken", "vkacmd=x", "", "the agent module " + agents + "/"},
+        {"nosuchagent", "vkacmd=x", "", "cannot load the agent module " + agents},
+        {"kvbroken", "vkacmd=x", "", "the agent module " + agents},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.prefix) + " " + c.request);
