@@ -6,6 +6,7 @@
 #include <span>
 
 #include "actions.h"
+#include "key_check.h"
 
 namespace kvda::actions {
 
@@ -474,11 +475,6 @@ void passphrase(W& w, std::string_view key) {
         w.badValue(std::string(key) + " must be 8 to 32 characters long");
 }
 
-// Pass phrases are never kept; a digest lets a change check the old one.
-std::string digest(const std::string& text) {
-    return std::to_string(std::hash<std::string>{}("kvda:" + text));
-}
-
 // setCntrlSecurityKey: the pairs sent tell the actions apart: a new key
 // (Passphrase, keyid), a changed key (also OldPassphrase), the external key
 // manager (RekeyFlag 1 enables it, 2 rekeys or switches modes), and no pair
@@ -494,10 +490,11 @@ void setCntrlSecurityKey(W& w) {
     const bool old = w.opt("OldPassphrase") != nullptr;
     long long next = mode;
     std::string what;
+    // Pass phrases are never kept; the check value lets a change test the old one.
     std::string key = c.get("_keydigest");
     if (old) {
         passphrase(w, "OldPassphrase");
-        if (mode == 1 && digest(w.need("OldPassphrase")) != key)
+        if (mode == 1 && !phraseMatches(w.need("OldPassphrase"), key))
             w.notPossible("the old pass phrase does not match the key of controller " + c.addr);
     }
     if (pass) {
@@ -523,7 +520,7 @@ void setCntrlSecurityKey(W& w) {
         next = 2, what = "switched to external key management", key.clear();
     } else if (pass && old) {
         if (mode != 1) w.notPossible("controller " + c.addr + " has no local key to change");
-        what = "local key changed", key = digest(w.need("Passphrase"));
+        what = "local key changed", key = keyCheckValue(w.need("Passphrase"));
     } else if (pass) {
         if (mode == 1)
             w.notPossible("controller " + c.addr + " already has a local key; change it instead");
@@ -531,7 +528,7 @@ void setCntrlSecurityKey(W& w) {
             w.notPossible("controller " + c.addr +
                           " uses the external key manager; switch to a local key");
         next = 1, what = mode == 2 ? "switched to a local key" : "local key created";
-        key = digest(w.need("Passphrase"));
+        key = keyCheckValue(w.need("Passphrase"));
     } else {
         if (mode == 0) w.notPossible("controller " + c.addr + " has no security key to delete");
         for (const Object* vd : w.e.of(kind::kVdisk, c.ctrl))

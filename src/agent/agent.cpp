@@ -4,6 +4,7 @@
 
 #include "answer.h"
 #include "mechanics.h"
+#include "xml_text.h"
 
 namespace kvda {
 
@@ -65,6 +66,7 @@ Reply Agent::reply(const std::vector<std::string>& pairs) {
     int st = status::kOk;
     std::string message;
     try {
+        checkRequestText(pairs);
         Request req = parseRequest(pairs);
         if (req.name.empty()) {
             st = status::kBadRequest;

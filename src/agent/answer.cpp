@@ -1,16 +1,32 @@
 #include "answer.h"
 
 #include "text.h"
+#include "xml_text.h"
 
 namespace kvda {
+
+namespace {
+
+// Text is checked where it enters the estate; a state file written before
+// those checks may still hold text XML cannot carry, which is shown escaped
+// so that the answer stays well-formed.
+void appendText(std::string& out, std::string_view text) {
+    if (xmlTextFault(text).empty())
+        vk::AppendXmlEscaped(out, text);
+    else
+        vk::AppendXmlEscaped(out, shownText(text));
+}
+
+}  // namespace
 
 void Answer::object(const Props& props) {
     text_ += "<QXStorageObject>";
     for (const auto& [tag, value] : props) {
+        if (!isTagName(tag)) continue;  // likewise: a tag from an older state file
         text_ += '<';
         text_ += tag;
         text_ += '>';
-        vk::AppendXmlEscaped(text_, value);
+        appendText(text_, value);
         text_ += "</";
         text_ += tag;
         text_ += '>';
@@ -25,7 +41,7 @@ std::string Answer::finish(int status, std::string_view message) {
     out += "<SMStatus>" + std::to_string(status) + "</SMStatus>";
     if (status != 0) {
         out += "<SMMessage>";
-        vk::AppendXmlEscaped(out, message);
+        appendText(out, message);
         out += "</SMMessage>";
     }
     text_.clear();

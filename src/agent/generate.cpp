@@ -126,9 +126,9 @@ std::string generateProfile(const std::string& spec) {
     if (!base.empty()) {
         const std::filesystem::path file = resolveProfile(base);
         try {
-            profile = json::parse(readProfile(file));
-        } catch (const json::parse_error& e) {
-            throw bad(file.string() + ": not valid JSON: " + e.what());
+            profile = parseProfileText(readProfile(file), file.string());
+        } catch (const Error& e) {
+            throw bad(e.what());
         }
         if (!profile.is_object()) throw bad(file.string() + ": not a profile");
     }

@@ -117,7 +117,7 @@ struct RaidLayout {
         return mirrored ? n / 2 : n - parity * (spanned ? spans : 1);
     }
     // The layout a span shows. A profile may split an unspanned layout into
-    // spans: those spans have always shown RAID 6.
+    // spans: such spans show RAID 6.
     constexpr uint32_t spanLayout(long long spans) const {
         return spans <= 1 ? code : spanned ? spanCode : raidlevel::kR6;
     }

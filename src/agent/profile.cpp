@@ -17,6 +17,7 @@
 #include "answer.h"
 #include "mechanics.h"
 #include "sqlite.h"
+#include "xml_text.h"
 
 namespace kvda {
 
@@ -211,6 +212,17 @@ constexpr long long kMaxNvmeAdapters = 64;
 // estates in a few lines.
 constexpr off_t kMaxProfileBytes = 16 << 20;
 
+// A capacity in GB as a product id names it: "960" under a thousand, else
+// terabytes without trailing zeros ("1.2T", "1.92T", "8T").
+std::string capacityLabel(long long gb) {
+    if (gb < 1000) return std::to_string(gb);
+    std::string label = std::to_string(gb / 1000);
+    std::string fraction = std::to_string(1000 + gb % 1000).substr(1);
+    while (!fraction.empty() && fraction.back() == '0') fraction.pop_back();
+    if (!fraction.empty()) label += "." + fraction;
+    return label + "T";
+}
+
 // Builds objects in list order; ObjIDs are the store's row ids, 1 upwards.
 class Builder {
   public:
@@ -293,7 +305,7 @@ void Builder::build(const Node& root) {
         } catch (const Error& e) {
             ov.child("object").fail(e.what());
         }
-        const Object* target = estate.find(ad.kind, ad.ctrl, ad.addr);
+        const Object* target = findAddressed(estate, ad);
         if (!target) ov.child("object").fail("no such object");
         Object& t = at(target->oid);
         for (const auto& [k, v] : ov.props("set")) t.overrides[k] = v;
@@ -446,10 +458,12 @@ void Builder::controller(const Node& n, int64_t gno) {
             Object& o = add(kind::kNvme, gno, ctrlOid, std::to_string(nv));
             o.set("Channel", std::to_string(nv));
             o.set("Name", std::string("NVMe Adapter ") + std::to_string(nv++));
+            const long long gb = a.integer("capacity_gb", 1600, 1, 1 << 20);
             o.set("Vendor", a.text("vendor", "Kestrel"));
-            o.set("ProductID", a.text("model", "KX-N7 1.6TB"));
+            // The default product id names the capacity the adapter has.
+            o.set("ProductID", a.text("model", "KX-N7 " + capacityLabel(gb) + "B"));
             o.set("SerialNo", std::string("NV") + std::to_string(10000 + o.oid));
-            o.set("Length", std::to_string(a.integer("capacity_gb", 1600, 1, 1 << 20) * kGiB));
+            o.set("Length", std::to_string(gb * kGiB));
             o.set("BusProtocol", std::to_string(bus::kPcie));
             o.set("IsDeviceNVME", "1");
             o.set("ISECapable", a.flag("ise", true) ? "1" : "0");
@@ -517,6 +531,8 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
         e.expectObject({"count", "type", "id", "slots", "fans", "power_supplies", "emms", "probes",
                         "product", "props"});
         long long count = e.integer("count", 1, 1, 64);
+        // A repeated entry numbers its enclosures on from its first id, by
+        // default the next number of the connector.
         const long long firstId = e.integer("id", ei, 0, 255);
         if (firstId + count - 1 > 255)
             e.child("count").fail(std::to_string(count) + " enclosures from id " +
@@ -534,7 +550,7 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
                 o.set("EnclosureID", ids);
                 o.set("BusProtocol", std::to_string(proto));
                 o.set("Name", type == 1 ? "Backplane" : "Storage Shelf " + ids);
-                o.set("ProductID", e.text("product", type == 1 ? "BP12G+" : "KS-60"));
+                o.set("ProductID", e.text("product", type == 1 ? "KB-12" : "KS-60"));
                 o.set("EnclosureType", std::to_string(type));
                 o.set("SlotCount", std::to_string(e.integer("slots", 12, 1, 256)));
                 o.set("ObjState", "1");
@@ -633,7 +649,7 @@ void Builder::connector(const Node& n, int64_t gno, int64_t chan, int64_t ctrlOi
         o.set("TargetID", std::to_string(target));
         o.set("Name", "Tape " + cs + std::string(":") + std::to_string(target));
         o.set("Vendor", t.text("vendor", "Kestrel"));
-        o.set("ProductID", t.text("model", "KT-LTO8"));
+        o.set("ProductID", t.text("model", "Tape 8"));
         o.set("BusProtocol", std::to_string(proto));
         o.set("ObjState", "1");
         o.set("AttributesMask", toMask(0));
@@ -683,11 +699,12 @@ void Builder::disk(const Node& d, int64_t gno, int64_t chan, int64_t connOid, in
     o.set("BusProtocol", std::to_string(dproto));
     o.set("MediaType", std::to_string(med));
     o.set("ObjState", std::to_string(st));
-    o.set("Length",
-          std::to_string(d.integer("capacity_gb", med == media::kSsd ? 960 : 2400, 1, 1 << 24) *
-                         kGiB));
+    const long long gb = d.integer("capacity_gb", med == media::kSsd ? 960 : 2400, 1, 1 << 24);
+    o.set("Length", std::to_string(gb * kGiB));
     o.set("Vendor", d.text("vendor", "Kestrel"));
-    o.set("ProductID", d.text("model", med == media::kSsd ? "KS-E3 960" : "KH-10K 2.4T"));
+    // The default product id names the capacity the disk has.
+    o.set("ProductID",
+          d.text("model", (med == media::kSsd ? "KS-E3 " : "KH-10K ") + capacityLabel(gb)));
     o.set("SerialNo", d.text("serial", std::string("S") + std::to_string(700000 + o.oid)));
     o.set("FirmwareVer", d.text("firmware", "KA02"));
     o.set("IsDeviceNVME", dproto == bus::kPcie ? "1" : "0");
@@ -818,6 +835,15 @@ bool isAddressWord(std::string_view word) {
     return false;
 }
 
+const Object* findAddressed(const Estate& estate, const Address& address) {
+    if (address.kind == kind::kCachedLun && address.ctrl < 0) {
+        for (const Object* lun : estate.all(kind::kCachedLun))
+            if (lun->addr == address.addr) return lun;
+        return nullptr;
+    }
+    return estate.find(address.kind, address.ctrl, address.addr);
+}
+
 Address parseAddress(const std::string& text) {
     std::vector<std::string> words;
     std::istringstream in(text);
@@ -927,15 +953,26 @@ std::string readProfile(const std::filesystem::path& file) {
     return text;
 }
 
-Estate buildEstate(const std::string& text, const std::string& origin) {
-    json j;
+nlohmann::json parseProfileText(const std::string& text, const std::string& origin) {
     try {
-        j = json::parse(text);
+        return json::parse(text);
     } catch (const json::parse_error& e) {
-        throw Error(origin + ": not valid JSON: " + e.what());
+        // In our words, with the place: the library's own text names itself.
+        const bool encoding = std::string_view(e.what()).find("UTF-8") != std::string_view::npos;
+        throw Error(origin +
+                    (encoding ? ": not valid UTF-8 at byte " : ": not valid JSON at byte ") +
+                    std::to_string(e.byte));
+    } catch (const json::exception&) {
+        // the only other failure of parsing: a number too large for a double
+        throw Error(origin + ": a number in it is too large");
     }
+}
+
+Estate buildEstate(const std::string& text, const std::string& origin) {
+    const json j = parseProfileText(text, origin);
     Builder b;
     try {
+        checkProfileText(j);
         b.build(Node(j, "$"));
     } catch (const Error& e) {
         throw Error(origin + ": " + e.what());

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,9 @@ Address parseAddress(const std::vector<std::string>& words);
 Address parseAddress(const std::string& text);
 // True for the words that name objects (controller, pdisk, enclosure, ...).
 bool isAddressWord(std::string_view word);
+// The object an address names, or null. A cached LUN named without its
+// controller is found by its name alone.
+const Object* findAddressed(const Estate& estate, const Address& address);
 
 // The text of a profile file. Throws Error naming the file when it cannot be
 // read.
@@ -30,6 +34,9 @@ std::string readProfile(const std::filesystem::path& file);
 // Builds an estate from profile text; `origin` names the file in messages.
 // Throws Error with the JSON path of the first offending item.
 Estate buildEstate(const std::string& text, const std::string& origin);
+// The JSON of a profile; Error naming origin and the place for text that is
+// not JSON.
+nlohmann::json parseProfileText(const std::string& text, const std::string& origin);
 
 // A profile made from "key=value,..." for estates of any size: `controllers`
 // RAID controllers (1), each with `disks` disks (16) in shelves of `slots`

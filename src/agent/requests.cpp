@@ -9,6 +9,7 @@
 #include "answer.h"
 #include "mechanics.h"
 #include "passphrase.h"
+#include "xml_text.h"
 
 namespace kvda {
 
@@ -162,11 +163,17 @@ void getArrayDisk(Ctx& c) {
 void getArrayDisksForController(Ctx& c) {
     c.emitAll(c.estate.of(kind::kDisk, c.ctrl()));
 }
+// The disks attached to the connector and those in its enclosures. Like
+// every per-connector request it goes by the connector's position, not by
+// what its Channel tag reads (an override may change that).
 void getArrayDisksForChannel(Ctx& c) {
     int64_t g = c.ctrl();
-    std::string ch = std::to_string(c.connector(g).num("Channel"));
+    const Object& connector = c.connector(g);
+    std::set<int64_t> parents{connector.oid};
+    for (const Object* e : c.estate.children(kind::kEnclosure, connector.oid))
+        parents.insert(e->oid);
     c.emitAll(filter(c.estate.of(kind::kDisk, g),
-                     [&](const Object& d) { return d.get("Channel") == ch; }));
+                     [&](const Object& d) { return parents.count(d.parent) != 0; }));
 }
 void getArrayDisksForEnclosure(Ctx& c) {
     int64_t g = c.ctrl();
@@ -299,9 +306,7 @@ void getPowerSupplies(Ctx& c) {
 void getEmms(Ctx& c) {
     components(c, kind::kEmm);
 }
-void getSlotReportForEnclosure(Ctx& c) {
-    int64_t g = c.ctrl();
-    const Object& e = c.enclosure(g);
+void slotReport(Ctx& c, int64_t g, const Object& e) {
     auto disks = c.estate.children(kind::kDisk, e.oid);
     for (long long s = 0; s < e.num("SlotCount"); ++s) {
         const Object* held = nullptr;
@@ -315,6 +320,16 @@ void getSlotReportForEnclosure(Ctx& c) {
                          {"DiskObjID", held ? held->get("ObjID") : ""},
                          {"DiskName", held ? held->get("Name") : ""}});
     }
+}
+// The slots of one enclosure; without Enclosure= (the controller's slot
+// report) those of every enclosure of the controller.
+void getSlotReportForEnclosure(Ctx& c) {
+    int64_t g = c.ctrl();
+    if (!c.req.get("Enclosure")) {
+        for (const Object* e : c.estate.of(kind::kEnclosure, g)) slotReport(c, g, *e);
+        return;
+    }
+    slotReport(c, g, c.enclosure(g));
 }
 
 // ---- tapes, NVMe, PCIe ----
@@ -551,7 +566,7 @@ std::string journalLine(const std::vector<std::string>& pairs) {
     std::string line;
     for (const std::string& p : pairs) {
         if (!line.empty()) line += ' ';
-        line += vk::HidePassphrase(p);
+        line += shownText(vk::HidePassphrase(p));
     }
     return line;
 }

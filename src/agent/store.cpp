@@ -110,13 +110,18 @@ void insertObject(Stmt& ins, const Object& o) {
 fs::path defaultStatePath() {
     if (const char* s = std::getenv("KVDA_STATE"); s && *s) return fs::path(s);
     if (geteuid() == 0) return fs::path("/var/lib/vk/kvda.db");
+    // Only absolute directories count (a relative one would follow the
+    // working directory); without one there is no place of the user's own,
+    // and a shared directory would hand the estate to every other user.
     fs::path base;
-    if (const char* x = std::getenv("XDG_STATE_HOME"); x && *x)
+    if (const char* x = std::getenv("XDG_STATE_HOME"); x && fs::path(x).is_absolute())
         base = x;
-    else if (const char* h = std::getenv("HOME"); h && *h)
+    else if (const char* h = std::getenv("HOME"); h && fs::path(h).is_absolute())
         base = fs::path(h) / ".local" / "state";
     else
-        base = "/tmp";
+        throw Error("no state directory of user " + std::to_string(geteuid()) +
+                    ": set HOME or XDG_STATE_HOME to an absolute directory, or KVDA_STATE to the "
+                    "estate's file; a shared directory such as /tmp is not used");
     return base / "vk" / "kvda.db";
 }
 

@@ -10,6 +10,7 @@
 #include "mechanics.h"
 #include "profile.h"
 #include "store.h"
+#include "xml_text.h"
 
 namespace fs = std::filesystem;
 using namespace kvda;
@@ -151,7 +152,7 @@ const Object& target(Agent& agent, const std::vector<std::string>& args,
         (isAddressWord(name) ? words : rest).push_back(a);
     }
     Address ad = parseAddress(words);
-    const Object* o = agent.estate().find(ad.kind, ad.ctrl, ad.addr);
+    const Object* o = findAddressed(agent.estate(), ad);
     if (!o) {
         std::string all;
         for (const auto& w : words) appendListItem(all, " ", w);
@@ -164,6 +165,13 @@ int cmdSet(Agent& agent, const std::vector<std::string>& args, bool set) {
     std::vector<std::string> rest;
     const Object& o = target(agent, args, rest);
     if (rest.empty()) throw Usage(set ? "set: give TAG=VALUE" : "unset: give TAG");
+    // Overrides are answered as elements: the same text as a request's, and
+    // tags that are element names.
+    try {
+        checkRequestText(rest);
+    } catch (const RequestError& e) {
+        throw Error(e.message);
+    }
     for (const auto& r : rest) {
         std::string tag = set ? r.substr(0, r.find('=')) : r;
         if (set && r.find('=') == std::string::npos)

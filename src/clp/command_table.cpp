@@ -25,8 +25,9 @@ CLPSResponse* ConfigStorageUsage(uint32_t argc, const char** argv) {
     return UsageOrNothing(argc, argv, 6001);
 }
 
-// The configuration rows of cachecade (reading rights only) and of tape (the
-// tape report's handler) are kept as they are on purpose.
+// Two rows differ from their neighbours by design: configuring a cachecade
+// needs only reading rights, and "vkconfig storage tape" is served by the
+// tape report handler (it shows the tape drives).
 // clang-format off
 constinit auto g_commandRows = std::to_array<CLPSCCDT>({
     {"vkreport",              "storage",       ReportStorageUsage,  kRead},

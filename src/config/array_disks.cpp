@@ -216,15 +216,9 @@ int32_t CmdConfigArrayDisksValidateFunc([[maybe_unused]] void* reserved0,
     const char* controller = call.User("controller");
     const char* diskText = disk != nullptr ? disk : "";
 
+    // Any failure of the controller, a busy one included, is 1600.
     std::array<char, config::kControllerListSize> controllers{};
-    const int32_t controllerStatus =
-        IsUserControllerIdValidWithSize(controller, controllers.data(), controllers.size());
-    if (controllerStatus == kvsup::status::kAutoConfigBusy) {
-        // The controller exists but takes no commands now: naming it unknown
-        // would mislead.
-        return Refuse(call, kvsup::status::kAutoConfigBusy, controller, "");
-    }
-    if (controllerStatus != 0)
+    if (IsUserControllerIdValidWithSize(controller, controllers.data(), controllers.size()) != 0)
         return Refuse(call, config::kInvalidController, controller != nullptr ? controller : "",
                       controllers.data());
 

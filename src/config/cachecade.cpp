@@ -153,6 +153,9 @@ int32_t CmdConfigCachecadeValidateFunc(void*, void*, uint32_t userCount, const c
     const char* action = call.User("action");
     const char* controller = call.User("controller");
     const char* cachecade = call.User("cachecade");
+    // A cachecade is a virtual disk: its controller is refused as the
+    // virtual-disk command refuses it, any failure (a busy controller
+    // included) as 1600 with the valid controllers.
     if (int32_t refused = config::CheckControllerWithSize(call, controller)) return refused;
     if (int32_t refused = CheckCachecade(call, controller, cachecade)) return refused;
 

@@ -78,12 +78,10 @@ int32_t CallbackCall::Refuse(int32_t status, std::string_view offending,
 int32_t CheckControllerWithSize(const CallbackCall& call, const char* controller) {
     if (controller == nullptr) return 0;
     std::array<char, kControllerListSize> valid{};
-    const int32_t status = IsUserControllerIdValidWithSize(controller, valid.data(), valid.size());
-    // A controller busy with automatic configuration exists: say so rather
-    // than calling it unknown.
-    if (status == kvsup::status::kAutoConfigBusy)
-        return call.Refuse(kvsup::status::kAutoConfigBusy, controller, "");
-    if (status != 0) return call.Refuse(kInvalidController, controller, valid.data());
+    // Every failure counts, a controller busy with automatic configuration
+    // (1774) included: such a controller takes no commands either.
+    if (IsUserControllerIdValidWithSize(controller, valid.data(), valid.size()) != 0)
+        return call.Refuse(kInvalidController, controller, valid.data());
     return 0;
 }
 

@@ -69,11 +69,14 @@ class CallbackCall {
     char* err2_;
 };
 
-// 0 when controller is null or names a controller the agent lists (bounded
-// list of kControllerListSize bytes); 1774 when it is busy with automatic
-// configuration; otherwise 1600 with the controller and the valid ones.
+// 0 when controller is null or names a controller the agent lists and that
+// is not busy with automatic configuration (bounded list of
+// kControllerListSize bytes); otherwise 1600 with the controller and the
+// valid ones.
 int32_t CheckControllerWithSize(const CallbackCall& call, const char* controller);
-// The same with the whole controller list.
+// The same with the whole controller list. This lookup only asks whether
+// the controller exists, so a controller busy with automatic configuration
+// passes it.
 int32_t CheckController(const CallbackCall& call, const char* controller);
 // The two capability bits of an action: 1614 when it is not supported, 1615
 // when it is not possible now (first text the action), else 0.

@@ -15,6 +15,9 @@ namespace {
 
 using kvclp::Action;
 
+// The valid text when the controller has none.
+constexpr const char* kNoConnectors = "None - There are no connectors on this controller.";
+
 constexpr int32_t kInvalidConnector = 1601;
 
 // clang-format off
@@ -39,7 +42,7 @@ int32_t CmdConfigConnectorValidateFunc(void*, void*, uint32_t userCount, const c
     if (connector != nullptr) {
         std::string valid;
         if (IsUserChannelIdValid(connector, controller, valid) != 0)
-            return call.Refuse(kInvalidConnector, connector, valid);
+            return call.Refuse(kInvalidConnector, connector, valid.empty() ? kNoConnectors : valid);
     }
     uint32_t supported = 0;
     uint32_t current = 0;

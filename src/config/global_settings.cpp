@@ -320,7 +320,8 @@ int32_t CmdConfigService_PatrolReadRate_ValidateFunc(void*, void*, uint32_t user
     const char* controller = call.User("controller");
     const char* rate = call.User("rate");
     // A controller that fails its test ends the check: nothing else can be
-    // read from it.
+    // read from it. As in the controller command, any failure (a busy
+    // controller included) is 1600 with the valid controllers.
     if (int32_t refused = config::CheckControllerWithSize(call, controller)) {
         Trace(
             "CmdConfigService_PatrolReadRate_ValidateFunc(): IsUserControllerIdValidWithSize() "

@@ -17,6 +17,9 @@ namespace {
 
 using kvclp::Action;
 
+// The valid text when the controller has none.
+constexpr const char* kNoAdapters = "None - There are no NVMe adapters on this controller.";
+
 constexpr int32_t kInvalidChannel = 1601;
 
 // clang-format off
@@ -42,7 +45,7 @@ int32_t CmdConfigNVMeAdapterValidateFunc(void*, void*, uint32_t userCount, const
     if (channel != nullptr) {
         std::string valid;
         if (IsUserNVMeChannelIdValid(channel, controller, valid) != 0)
-            return call.Refuse(kInvalidChannel, channel, valid);
+            return call.Refuse(kInvalidChannel, channel, valid.empty() ? kNoAdapters : valid);
     }
     uint32_t supported = 0;
     uint32_t current = 0;

@@ -19,7 +19,7 @@ ScopedFunctionTrace::~ScopedFunctionTrace() {
 }
 
 void LogAllocFailed(const char* name) {
-    // Written as it has always been: without a line feed of its own.
+    // The text carries no line feed of its own.
     if (SysDbgIsLevelEnabled(TRACE_LEVEL_DETAIL)) {
         SysDbgPrint("%s: OCSXAllocBuf failed", name);
     }

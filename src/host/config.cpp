@@ -1,11 +1,13 @@
 // Locations, host settings, user rights and the trace directory.
+#include <fcntl.h>
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
-#include <fstream>
+#include <sstream>
 #include <system_error>
 
 #include "host.h"
@@ -35,25 +37,96 @@ std::string_view Trim(std::string_view text) {
     return text.substr(first, last - first + 1);
 }
 
-void ReadConfFile(const fs::path& file, HostConfig& config,
-                  const std::function<void(const std::string&)>& warn) {
-    std::ifstream in(file);
-    if (!in) {
-        warn("cannot read " + file.string() + "; using the defaults");
-        return;
+// Host configuration files are a few lines; anything larger is not one.
+constexpr off_t kMaxConfBytes = 64 * 1024;
+
+// Whether a file may decide this caller's rights: root reads any file it
+// chooses; anyone else only one that root owns and no one else may write,
+// or a caller could grant itself rights with a file of its own.
+bool TrustedForCaller(const struct stat& st) {
+    return geteuid() == 0 || (st.st_uid == 0 && (st.st_mode & (S_IWGRP | S_IWOTH)) == 0);
+}
+
+// Who chose the file that is read.
+enum class ConfSource {
+    kInstalled,  // beside the program, or /etc/vk: placed by whoever installed
+    kShareDir,   // host.conf under VK_SHARE_DIR: defaults only, skipped quietly
+    kOverride,   // VK_HOST_CONF: ignored with a warning when not trusted
+};
+
+enum class ConfRead { kRead, kUnusable, kUntrusted };
+
+class FileDescriptor {
+  public:
+    explicit FileDescriptor(int fd) : fd_(fd) {}
+    ~FileDescriptor() {
+        if (fd_ >= 0) close(fd_);
     }
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    int get() const { return fd_; }
+
+  private:
+    int fd_;
+};
+
+// Reads the text of a configuration file into `text`. The checks are made on
+// the open file, so it cannot be swapped for another after them.
+ConfRead ReadConfText(const fs::path& file, ConfSource source, std::string& text,
+                      const std::function<void(const std::string&)>& warn) {
+    // Non-blocking, so that a FIFO is refused instead of waited on.
+    const FileDescriptor fd(open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat st {};
+    if (fd.get() < 0) {
+        warn("cannot read " + file.string() + "; using the defaults");
+        return ConfRead::kUnusable;
+    }
+    if (fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) {
+        warn(file.string() + " is not a regular file; using the defaults");
+        return ConfRead::kUnusable;
+    }
+    if (source != ConfSource::kInstalled && !TrustedForCaller(st)) {
+        if (source == ConfSource::kOverride)
+            warn("ignoring VK_HOST_CONF=" + file.string() +
+                 ": only root may choose where rights come from, or the file must be owned by "
+                 "root and writable by no one else");
+        return ConfRead::kUntrusted;
+    }
+    if (st.st_size > kMaxConfBytes) {
+        warn(file.string() + " is larger than " + std::to_string(kMaxConfBytes) +
+             " bytes; using the defaults");
+        return ConfRead::kUnusable;
+    }
+    text.assign(static_cast<size_t>(st.st_size), '\0');
+    size_t got = 0;
+    while (got < text.size()) {
+        const ssize_t n = read(fd.get(), text.data() + got, text.size() - got);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) break;
+        got += static_cast<size_t>(n);
+    }
+    text.resize(got);
+    return ConfRead::kRead;
+}
+
+ConfRead ReadConfFile(const fs::path& file, ConfSource source, HostConfig& config,
+                      const std::function<void(const std::string&)>& warn) {
+    std::string text;
+    const ConfRead outcome = ReadConfText(file, source, text, warn);
+    if (outcome != ConfRead::kRead) return outcome;
+    std::istringstream in(text);
     std::string line;
     for (int number = 1; std::getline(in, line); ++number) {
-        const std::string_view text = Trim(line);
-        if (text.empty() || text.front() == '#') continue;
+        const std::string_view setting = Trim(line);
+        if (setting.empty() || setting.front() == '#') continue;
         const std::string where = file.string() + ":" + std::to_string(number) + ": ";
-        const auto eq = text.find('=');
+        const auto eq = setting.find('=');
         if (eq == std::string_view::npos) {
-            warn(where + "expected name=value, found '" + std::string(text) + "'");
+            warn(where + "expected name=value, found '" + std::string(setting) + "'");
             continue;
         }
-        const std::string_view key = Trim(text.substr(0, eq));
-        const std::string_view value = Trim(text.substr(eq + 1));
+        const std::string_view key = Trim(setting.substr(0, eq));
+        const std::string_view value = Trim(setting.substr(eq + 1));
         if (key != "admin_group") {
             warn(where + "unknown setting '" + std::string(key) + "'");
         } else if (value.empty()) {
@@ -62,6 +135,7 @@ void ReadConfFile(const fs::path& file, HostConfig& config,
             config.adminGroup = value;
         }
     }
+    return outcome;
 }
 
 }  // namespace
@@ -80,14 +154,20 @@ Locations FindLocations() {
 HostConfig LoadHostConfig(const fs::path& share,
                           const std::function<void(const std::string&)>& warn) {
     HostConfig config;
+    const char* shareDir = std::getenv("VK_SHARE_DIR");
     if (const fs::path defaults = share / "host.conf"; fs::exists(defaults))
-        ReadConfFile(defaults, config, warn);
-    // An explicit VK_HOST_CONF must exist; the system file is optional.
-    if (const char* local = std::getenv("VK_HOST_CONF"); local != nullptr && *local != '\0') {
-        ReadConfFile(local, config, warn);
-    } else if (fs::exists("/etc/vk/host.conf")) {
-        ReadConfFile("/etc/vk/host.conf", config, warn);
-    }
+        ReadConfFile(defaults,
+                     shareDir != nullptr && *shareDir != '\0' ? ConfSource::kShareDir
+                                                              : ConfSource::kInstalled,
+                     config, warn);
+    // An explicit VK_HOST_CONF must exist; when it is ignored as untrusted,
+    // the system file (optional) applies as if it had not been set.
+    const char* local = std::getenv("VK_HOST_CONF");
+    if (local != nullptr && *local != '\0' &&
+        ReadConfFile(local, ConfSource::kOverride, config, warn) != ConfRead::kUntrusted)
+        return config;
+    if (fs::exists("/etc/vk/host.conf"))
+        ReadConfFile("/etc/vk/host.conf", ConfSource::kInstalled, config, warn);
     return config;
 }
 

@@ -90,7 +90,9 @@ Locations FindLocations();
 struct HostConfig {
     std::string adminGroup = "vkadmin";
 };
-// Defaults from share/vk/host.conf, then /etc/vk/host.conf (or VK_HOST_CONF).
+// Defaults from share/vk/host.conf, then /etc/vk/host.conf (or VK_HOST_CONF,
+// which a caller other than root may only point at a file root owns and no
+// one else may write).
 // Problems in a file are reported as warnings through warn.
 HostConfig LoadHostConfig(const std::filesystem::path& share,
                           const std::function<void(const std::string&)>& warn);

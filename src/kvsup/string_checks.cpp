@@ -59,7 +59,7 @@ int32_t strcmpCaseIgnore(const char* a, const char* b) {
     }
     for (std::size_t i = 0; i < x.size(); ++i) {
         if (Fold(x[i]) != Fold(y[i])) {
-            return 1;  // leaves without the exit line, as it always has
+            return 1;  // a difference leaves at once, without the exit line
         }
     }
     Leave(kName);

@@ -86,8 +86,8 @@ int32_t IsCtrlVDNameDuplicate(const char* name, const char* globalNo) {
 }
 
 int32_t IsVDNameDuplicate(const char* name, const char* globalNo, const char* vdNum) {
-    // Without an answer the exit line carries the controller-wide check's
-    // name, as the trace has always shown.
+    // Without an answer the exit line is written under the controller-wide
+    // check's name.
     Enter("IsVDNameDuplicate");
     Fetched answer = Fetch(VirtualDiskRequest(globalNo, vdNum));
     if (answer.noBuffer) {

@@ -43,6 +43,8 @@ constexpr int32_t kBadTapeDrive         = 1752;
 constexpr const char* kNoDisks      = "None - There are no physical disks on this controller.";
 constexpr const char* kNoEnclosures = "None - There are no enclosures on this controller.";
 constexpr const char* kNoTapeDrive  = "None - There is no tapedrive on this controller.";
+constexpr const char* kNoConnectors = "None - There are no connectors on this controller.";
+constexpr const char* kNoAdapters   = "None - There are no NVMe adapters on this controller.";
 // clang-format on
 
 // The cachecade attribute of a controller's AttributesMask.
@@ -101,48 +103,57 @@ using ListValidator = int32_t (*)(const char*, const char*, std::string&);
 using DiskValidator = int32_t (*)(const char*, const char*, std::string&, int32_t, uint32_t*);
 
 // 0 when id is not given or validate finds it among the controller's objects,
-// else refusal with id and the valid ones.
+// else refusal with id and the valid ones, or none when there are none
+// (these validators list every object, so an empty list means none).
 int32_t TestListed(const Check& c, const char* id, const char* controller, ListValidator validate,
-                   int32_t refusal) {
+                   int32_t refusal, const char* none) {
     if (id == nullptr) return 0;
     std::string valid;
-    if (validate(id, controller, valid) != 0) return c.Refuse(refusal, id, valid);
+    if (validate(id, controller, valid) != 0)
+        return c.Refuse(refusal, id, valid.empty() ? none : valid);
     return 0;
 }
 
 int32_t TestConnector(const Check& c, const char* connector, const char* controller) {
-    return TestListed(c, connector, controller, IsUserChannelIdValid, kBadConnector);
+    return TestListed(c, connector, controller, IsUserChannelIdValid, kBadConnector, kNoConnectors);
 }
 
 // As TestListed, but a controller with none of the objects is refused with
-// none and the controller instead.
+// none instead, naming the controller (no virtual disks) or the object
+// asked for (no cachecades), as the message of none says.
+enum class NoneNames { kController, kObject };
 int32_t TestListedOrNone(const Check& c, const char* id, const char* controller,
-                         ListValidator validate, int32_t refusal, int32_t none) {
+                         ListValidator validate, int32_t refusal, int32_t none, NoneNames names) {
     if (id == nullptr) return 0;
     std::string valid;
     if (validate(id, controller, valid) == 0) return 0;
-    if (valid.empty()) return c.Refuse(none, controller != nullptr ? controller : "", "");
+    if (valid.empty()) {
+        const char* named = names == NoneNames::kController ? controller : id;
+        return c.Refuse(none, named != nullptr ? named : "", "");
+    }
     return c.Refuse(refusal, id, valid);
 }
 
 int32_t TestVirtualDisk(const Check& c, const char* vdisk, const char* controller) {
     return TestListedOrNone(c, vdisk, controller, IsUserVirtualDiskIdValid, kBadVirtualDisk,
-                            kNoVirtualDisks);
+                            kNoVirtualDisks, NoneNames::kController);
 }
 
 int32_t TestCachecade(const Check& c, const char* cachecade, const char* controller) {
     return TestListedOrNone(c, cachecade, controller, IsUserCachecadeIdValid, kBadCachecade,
-                            kNoCachecades);
+                            kNoCachecades, NoneNames::kObject);
 }
 
-// A disk or tape drive: with none listed, the valid text says so.
+// A disk or tape drive. The count of objects found, not the list, tells
+// whether the controller has none: objects left out of the list (attribute
+// 0x80) still exist, and then the list is simply empty.
 int32_t TestDisk(const Check& c, const char* id, const char* controller, DiskValidator validate,
                  int32_t refusal, const char* noneText) {
     if (id == nullptr) return 0;
     std::string valid;
     uint32_t count = 0;
     if (validate(id, controller, valid, 0, &count) != 0)
-        return c.Refuse(refusal, id, valid.empty() ? noneText : valid);
+        return c.Refuse(refusal, id, count != 0 ? valid : noneText);
     return 0;
 }
 
@@ -153,7 +164,7 @@ int32_t TestEnclosure(const Check& c, const char* enclosure, const char* control
     if (IsUserEnclosureIdValidWithSize(enclosure, controller, valid.data(), valid.size(),
                                        &listed) == 0)
         return 0;
-    return c.Refuse(kBadEnclosure, enclosure, valid[0] == '\0' ? kNoEnclosures : valid.data());
+    return c.Refuse(kBadEnclosure, enclosure, listed != 0 ? valid.data() : kNoEnclosures);
 }
 
 // The index validators of the enclosure's components, by info word.
@@ -161,14 +172,15 @@ struct IndexCheck {
     const char* info;
     int32_t (*validate)(const char*, const char*, const char*, std::string&);
     int32_t refusal;
+    const char* none;  // the valid text of an enclosure without such components
 };
 
 // clang-format off
 constexpr std::array kIndexChecks = {
-    IndexCheck{"fans",        IsUserFanIndexValid,        kBadFanIndex},
-    IndexCheck{"pwrsupplies", IsUserPwrSupplyIndexValid,  kBadPwrSupplyIndex},
-    IndexCheck{"emms",        IsUserEmmIndexValid,        kBadEmmIndex},
-    IndexCheck{"temps",       IsUserTempProbesIndexValid, kBadTempProbeIndex},
+    IndexCheck{"fans",        IsUserFanIndexValid,        kBadFanIndex,       "None - There are no fans in this enclosure."},
+    IndexCheck{"pwrsupplies", IsUserPwrSupplyIndexValid,  kBadPwrSupplyIndex, "None - There are no power supplies in this enclosure."},
+    IndexCheck{"emms",        IsUserEmmIndexValid,        kBadEmmIndex,       "None - There are no enclosure management modules in this enclosure."},
+    IndexCheck{"temps",       IsUserTempProbesIndexValid, kBadTempProbeIndex, "None - There are no temperature probes in this enclosure."},
 };
 // clang-format on
 
@@ -217,8 +229,7 @@ VK_REPORT_CHECK(CheckBatteries) {
         uint32_t count = 0;
         if (IsUserBatteryIdValidWithSize(battery, controller, valid.data(), valid.size(), &count) !=
             0) {
-            if (valid[0] == '\0')
-                return c.Refuse(kNoBattery, controller != nullptr ? controller : "", "");
+            if (count == 0) return c.Refuse(kNoBattery, battery, "");
             return c.Refuse(kBadBattery, battery, valid.data());
         }
     }
@@ -259,7 +270,7 @@ VK_REPORT_CHECK(CheckEnclosures) {
         if (strcmpCaseIgnore(info, check.info) != 0) continue;
         std::string valid;
         if (index != nullptr && check.validate(index, enclosure, controller, valid) != 0)
-            return c.Refuse(check.refusal, index, valid);
+            return c.Refuse(check.refusal, index, valid.empty() ? check.none : valid);
         return kSend;
     }
     if (strcmpCaseIgnore(info, "pdslotreport") != 0) return kSend;
@@ -296,8 +307,8 @@ VK_REPORT_CHECK(CheckNVMeAdapters) {
     const Check c("CheckNVMeAdapters", userCount, userWords, errText1, errText2);
     const char* controller = c.Get("controller");
     if (int32_t r = TestController(c, controller)) return r;
-    if (int32_t r =
-            TestListed(c, c.Get("nvmeid"), controller, IsUserNVMeChannelIdValid, kBadConnector))
+    if (int32_t r = TestListed(c, c.Get("nvmeid"), controller, IsUserNVMeChannelIdValid,
+                               kBadConnector, kNoAdapters))
         return r;
     return kSend;
 }

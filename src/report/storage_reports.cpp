@@ -89,7 +89,7 @@ constexpr auto DiskTable(const DiskRules& r) {
 
 constexpr DiskRules kADiskVdRules = MakeDiskRules("adisk", "adisk", "vdisk");
 constexpr DiskRules kADiskCcRules = MakeDiskRules("adisk", "adisk", "cachecade");
-// The channel rows of the pdisk tables forbid "adisk", as they always have.
+// In the pdisk tables too, the keyword the channel rows forbid is "adisk".
 constexpr DiskRules kPDiskVdRules = MakeDiskRules("pdisk", "adisk", "vdisk");
 constexpr DiskRules kPDiskCcRules = MakeDiskRules("pdisk", "adisk", "cachecade");
 constexpr auto kADiskVdTable = DiskTable(kADiskVdRules);

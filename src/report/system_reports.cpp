@@ -61,7 +61,7 @@ CLPSResponse* ReportVersion(uint32_t argc, const char** argv) {
 }
 
 // The alert log names a fixed file; the agent is asked, but its answer is
-// neither read nor released, as this report has always done.
+// neither read nor released: the report is the file's name alone.
 CLPSResponse* ReportAlertLog(uint32_t argc, const char** argv) {
     if ((VKDBPluginInstalledByPrefix("kvda") & 0xffffu) == 0) return nullptr;
     if (CLPSIsUsageHelp(argc, argv) == 1)

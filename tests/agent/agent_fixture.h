@@ -2,7 +2,10 @@
 // agent over it, and readers of answers.
 #pragma once
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <libxml/parser.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -42,6 +45,50 @@ inline std::vector<Obj> objects(const std::string& text) {
         pos = end + close.size();
     }
     return out;
+}
+
+// True when an answer parses as XML (inside one root, as the plug-in reads it).
+inline bool wellFormed(const std::string& answer) {
+    const std::string doc = "<ROOT>" + answer + "</ROOT>";
+    xmlDocPtr parsed =
+        xmlReadMemory(doc.data(), static_cast<int>(doc.size()), "answer.xml", nullptr,
+                      XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    xmlFreeDoc(parsed);
+    return parsed != nullptr;
+}
+
+struct ToolRun {
+    int exit = -1;
+    std::string out, err;
+};
+
+// Runs the control tool with exactly `env` as its environment, as the user
+// nobody when `asNobody` and the tests run as root.
+inline ToolRun runTool(const std::vector<std::string>& args, const std::vector<std::string>& env,
+                       const fs::path& scratch, bool asNobody = false) {
+    std::vector<std::string> words{VK_TEST_KVDA}, vars = env;
+    words.insert(words.end(), args.begin(), args.end());
+    std::vector<char*> argv, envp;
+    for (auto& w : words) argv.push_back(w.data());
+    argv.push_back(nullptr);
+    for (auto& e : vars) envp.push_back(e.data());
+    envp.push_back(nullptr);
+    const fs::path out = scratch / "tool.out", err = scratch / "tool.err";
+    const pid_t pid = fork();
+    if (pid == 0) {
+        dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 1);
+        dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);
+        if (asNobody && geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(126);
+        execve(argv[0], argv.data(), envp.data());
+        _exit(127);
+    }
+    int st = 0;
+    waitpid(pid, &st, 0);
+    auto slurp = [](const fs::path& f) {
+        std::ifstream in(f);
+        return std::string((std::istreambuf_iterator<char>(in)), {});
+    };
+    return {WIFEXITED(st) ? WEXITSTATUS(st) : -1, slurp(out), slurp(err)};
 }
 
 inline int statusOf(const std::string& text) {

@@ -230,7 +230,9 @@ TEST_F(AgentTest, BadProfilesAreRefusedWithThePathOfTheItem) {
         {R"({"colour": "blue"})",                                            "$.colour: unknown field"},
         {R"({"overrides": [{"object": "controller=3", "set": {"A": "1"}}]})", "$.overrides[0].object: no such object"},
         {R"({"controllers": [{"props": {"_x": "1"}}]})",                     "$.controllers[0].props._x"},
-        {R"({"controllers": [)",                                             "not valid JSON"},
+        {R"({"controllers": [)",                                             "not valid JSON at byte 18"},
+        {"{\"description\": \"a\xff\"}",                                      "not valid UTF-8 at byte 19"},
+        {R"({"controllers": [{"count": 1e400}]})",                           "a number in it is too large"},
         // counts are checked against the enclosure and the controller
         {R"({"controllers": [{"connectors": [{"enclosures": [{"slots": 12}], "disks": [{"enclosure": 0, "slot": 99}]}]}]})", "$.controllers[0].connectors[0].disks[0].slot: slot 99 is beyond the 12 slots"},
         {R"({"controllers": [{"count": 9223372036854775808}]})",              "$.controllers[0].count: value 9223372036854775808 out of range 1 to 64"},
@@ -238,6 +240,12 @@ TEST_F(AgentTest, BadProfilesAreRefusedWithThePathOfTheItem) {
         {R"({"controllers": [{"connectors": [{"enclosures": [{"slots": 12}], "disk_groups": [{"count": 13}]}]}]})", "$.controllers[0].connectors[0].disk_groups[0].count: 13 disks do not fit: 12 free slots"},
         {R"({"controllers": [{"connectors": [{"enclosures": [{"id": 250, "count": 10}]}]}]})", "run past the largest id, 255"},
         {R"({"controllers": [{"max_vdisks": 1, "connectors": [{"disk_groups": [{"count": 8}]}], "vdisk_groups": [{"count": 2}]}]})", "$.controllers[0].vdisk_groups[0].count: 2 virtual disks are more than controller 0 holds (1)"},
+        {R"({"description": "a\u0001b"})",                                   "$.description: 'a\\x01b': character U+0001 at offset 1 is a control character"},
+        {R"({"controllers": [{"props": {"Name": "\uFFFE"}}]})",              "$.controllers[0].props.Name: '\\xEF\\xBF\\xBE': character U+FFFE"},
+        {R"({"controllers": [{"props": {"a b<": "x"}}]})",                   "$.controllers[0].props.a b<: not a tag name"},
+        {R"({"overrides": [{"object": "controller=0", "set": {"1A": "x"}}]})", "$.overrides[0].set.1A: not a tag name"},
+        {R"({"col\u001bour": "blue"})",                                      "$.col\\x1Bour: the name character U+001B"},
+        {std::string(100, '[') + std::string(100, ']'),                      "nested deeper than 64 levels"},
     };
     // clang-format on
     for (const auto& [text, message] : cases) {
@@ -484,6 +492,86 @@ TEST_F(AgentTest, AReaderAnswersFromAnEstateItMayNotWrite) {
     usleep(50000);
     EXPECT_NE(ask({"vkacmd=getBattery", "GlobalNo=0", "BatteryID=0"}).at(0)["Progress"], "0");
     EXPECT_EQ(agent().store().journalLines().size(), 2u);  // the owner's requests only
+}
+
+// Text an answer cannot carry is refused where it enters (a request, an
+// override), in the agent's own words; every answer stays well-formed and
+// controller 0 stays reachable and unchanged after each attempt.
+TEST_F(AgentTest, TextAnswersCannotCarryIsRefusedAtTheDoor) {
+    struct Bad {
+        const char* what;
+        std::string text;
+        const char* fault;
+    };
+    // clang-format off
+    const std::vector<Bad> values{
+        {"control character", "k\x01",        "character U+0001"},
+        {"escape sequence",   "\x1b[31m",     "character U+001B"},
+        {"invalid UTF-8",     "a\xff",        "byte 0xFF"},
+        {"non-character",     "\xef\xbf\xbe", "character U+FFFE"},
+        {"encoded surrogate", "\xed\xa0\x80", "byte 0xED"},
+        {"overlong slash",    "\xc0\xaf",     "byte 0xC0"},
+        {"cut sequence",      "ab\xe2\x82",   "byte 0xE2"},
+    };
+    // clang-format on
+    const std::vector<std::string> env{"VK_SHARE_DIR=" VK_TEST_SHARE_DIR, "KVDA_TIME_SCALE=0",
+                                       "KVDA_STATE=" + path_.string()};
+    const std::string before = dump();
+    auto reachable = [&] {
+        const std::string list = agent().send({"vkacmd=getControllerList"});
+        EXPECT_TRUE(wellFormed(list)) << list;
+        EXPECT_EQ(objects(list).size(), 3u);
+        EXPECT_EQ(dump(), before);
+    };
+    for (const Bad& v : values) {
+        SCOPED_TRACE(v.what);
+        // a value, a pass phrase (named, never shown), a name, the request
+        const std::vector<std::pair<std::vector<std::string>, std::string>> requests{
+            {{"vkacmd=setCntrlSecurityKey", "GlobalNo=0", "keyid=" + v.text,
+              "Passphrase=Secret#123"},
+             "bad value of keyid"},
+            {{"vkacmd=setCntrlSecurityKey", "GlobalNo=0", "keyid=k", "Passphrase=Se" + v.text},
+             "bad value of Passphrase: "},
+            {{"vkacmd=setVDChangeName", "GlobalNo=0", "LogicalDriveNum=0", "Name" + v.text + "=x"},
+             "bad name"},
+            {{"vkacmd=get" + v.text}, "bad value of vkacmd"},
+        };
+        for (const auto& [request, message] : requests) {
+            SCOPED_TRACE(request.back());
+            const std::string answer = agent().send(request);
+            EXPECT_EQ(statusOf(answer), status::kBadValue) << answer;
+            EXPECT_TRUE(wellFormed(answer)) << answer;
+            EXPECT_NE(answer.find(message), std::string::npos) << answer;
+            EXPECT_NE(answer.find(v.fault), std::string::npos) << answer;
+            EXPECT_EQ(answer.find("Se" + v.text), std::string::npos) << answer;
+            reachable();
+        }
+        for (const std::string& word : {"Name=" + v.text, "Vendor" + v.text + "=x"}) {
+            SCOPED_TRACE(word);
+            const ToolRun r = runTool({"set", "controller=0", word}, env, dir_);
+            EXPECT_EQ(r.exit, 1) << r.err;
+            EXPECT_NE(r.err.find(v.fault), std::string::npos) << r.err;
+            reachable();
+        }
+    }
+    const ToolRun r = runTool({"set", "controller=0", "a b<=x"}, env, dir_);
+    EXPECT_EQ(r.exit, 1);
+    EXPECT_EQ(r.err, "kvda: bad tag name 'a b<'\n");
+    // The journal shows what was refused without passing it on to a terminal.
+    for (const auto& line : agent().store().journalLines())
+        EXPECT_EQ(line.find('\x1b'), std::string::npos) << line;
+}
+
+// Text stored before these checks (an older state file) is answered escaped
+// and a tag that is not an element name left out: the answer stays readable.
+TEST_F(AgentTest, AnswersStayWellFormedWhateverTheStateFileHolds) {
+    const int64_t oid = find(kind::kController, 0, "0").oid;
+    agent().store().setOverride(oid, "Name", "k\x01\xff");
+    agent().store().setOverride(oid, "a b<", "x");
+    const std::string answer = agent().send({"vkacmd=getController", "GlobalNo=0"});
+    ASSERT_TRUE(wellFormed(answer)) << answer;
+    EXPECT_EQ(objects(answer).at(0)["Name"], "k\\x01\\xFF");
+    EXPECT_EQ(answer.find("a b"), std::string::npos);
 }
 
 TEST_F(AgentTest, ChangesPersistAcrossProcessesAndConcurrentWritersLoseNothing) {

@@ -3,9 +3,12 @@
 // time, faults and hot spares, and concurrent writers.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <fstream>
+#include <functional>
 #include <set>
 
 #include "agent_fixture.h"
@@ -269,6 +272,94 @@ TEST_F(AgentConfigTest, ExportLogsStayInTheAgentsDirectory) {
     EXPECT_TRUE(fs::exists(out.at(0)["FileName"]));
 }
 
+// Nothing planted in the agent's directory makes an export write elsewhere:
+// links are never followed, and a log that is not the agent's own file is
+// refused; the file outside keeps its text (or is never created).
+TEST_F(AgentConfigTest, ExportLogsNeverFollowLinks) {
+    const fs::path logs = dir_ / "logs", log = logs / "controller-0.log";
+    const fs::path outside = dir_ / "outside", target = outside / "target";
+    auto plant = [&](auto how) {
+        fs::remove_all(logs);
+        fs::remove_all(outside);
+        fs::create_directories(outside);
+        std::ofstream(target) << "keep\n";
+        how();
+    };
+    struct Case {
+        const char* what;
+        std::function<void()> setup;
+        const char* why;
+    };
+    const std::vector<Case> cases{
+        {"a link to a file", [&] { fs::create_directories(logs), fs::create_symlink(target, log); },
+         "symbolic link"},
+        {"a dangling link",
+         [&] { fs::create_directories(logs), fs::create_symlink(outside / "new.log", log); },
+         "symbolic link"},
+        {"logs itself a link", [&] { fs::create_directory_symlink(outside, logs); },
+         "logs is a symbolic link"},
+        {"a hard link", [&] { fs::create_directories(logs), fs::create_hard_link(target, log); },
+         "single link"},
+        {"a FIFO", [&] { fs::create_directories(logs), mkfifo(log.c_str(), 0600); }, "single link"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        plant(c.setup);
+        const std::string answer = agent().send({"vkacmd=setCntrlExportLog", "GlobalNo=0"});
+        EXPECT_EQ(statusOf(answer), status::kStateError) << answer;
+        EXPECT_NE(answer.find(c.why), std::string::npos) << answer;
+        std::ifstream in(target);
+        EXPECT_EQ(std::string((std::istreambuf_iterator<char>(in)), {}), "keep\n");
+        EXPECT_FALSE(fs::exists(outside / "new.log"));
+        EXPECT_FALSE(fs::exists(outside / "controller-0.log"));
+    }
+    // The agent's own earlier log is replaced.
+    plant([&] {
+        fs::create_directories(logs), std::ofstream(log) << "old text, longer than the new\n";
+    });
+    ask({"vkacmd=setCntrlExportLog", "GlobalNo=0"});
+    std::ifstream in(log);
+    const std::string text((std::istreambuf_iterator<char>(in)), {});
+    EXPECT_EQ(text.find("old text"), std::string::npos) << text;
+    EXPECT_FALSE(text.empty());
+}
+
+// A user other than root without a directory of their own gets a clear
+// refusal instead of an estate shared with every other user.
+TEST_F(AgentConfigTest, TheStateFileIsNeverInASharedDirectory) {
+    const fs::path home = dir_ / "home";
+    fs::create_directories(home);
+    fs::permissions(dir_, fs::perms::all);
+    fs::permissions(home, fs::perms::all);
+    struct Case {
+        std::vector<std::string> env;
+        int exit;
+        std::string says;
+    };
+    const std::string refusal = "kvda: no state directory of user ";
+    const std::string share = "VK_SHARE_DIR=" VK_TEST_SHARE_DIR;
+    // clang-format off
+    const std::vector<Case> cases{
+        {{share},                                          1, refusal},
+        {{share, "HOME="},                                 1, refusal},
+        {{share, "XDG_STATE_HOME=state", "HOME=rel"},      1, refusal},
+        {{share, "HOME=" + home.string()},                 0, ""},
+        {{share, "XDG_STATE_HOME=" + (home / "x").string()}, 0, ""},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.env.back());
+        const ToolRun r = runTool({"alerts"}, c.env, dir_, true);
+        EXPECT_EQ(r.exit, c.exit) << r.err;
+        EXPECT_EQ(r.err.substr(0, c.says.size()), c.says);
+        if (c.exit != 0) {
+            EXPECT_NE(r.err.find("KVDA_STATE"), std::string::npos) << r.err;
+        }
+    }
+    EXPECT_TRUE(fs::exists(home / ".local/state/vk/kvda.db"));
+    EXPECT_TRUE(fs::exists(home / "x/vk/kvda.db"));
+}
+
 // ---- simulated time, faults and rebuilds ---------------------------------------
 
 TEST_F(AgentConfigTest, OperationsProgressWithSimulatedTimeAtTheControllersRates) {
@@ -528,10 +619,18 @@ TEST_F(AgentConfigTest, SecurityKeysFollowTheKeyModes) {
     Obj c = key({"keyid=k1", "Passphrase=Secret#123"});
     EXPECT_EQ(c["SecurityMode"], "1");
     EXPECT_TRUE(bit(c, "AttributesMask", ctrlattr::kSecurityKeyPresent));
+    // The state file keeps a salted, slow check value, never the phrase.
+    auto check = [&] { return find(kind::kController, 0, "0").get("_keydigest"); };
+    const std::string first = check();
+    EXPECT_EQ(first.rfind("pbkdf2-sha256$600000$", 0), 0u) << first;
+    EXPECT_EQ(first.find("Secret"), std::string::npos);
     key({"keyid=k1", "Passphrase=Secret#123"}, 8);  // already keyed
     key({"keyid=k2", "Passphrase=Secret#456", "OldPassphrase=Wrong#1234"}, 8);
     EXPECT_EQ(key({"keyid=k2", "Passphrase=Secret#456", "OldPassphrase=Secret#123"})["KeyID"],
               "k2");
+    key({"keyid=k3", "Passphrase=Secret#123", "OldPassphrase=Secret#456"});
+    EXPECT_NE(check(), first);  // the same phrase again: a new salt
+    key({"keyid=k2", "Passphrase=Secret#456", "OldPassphrase=Secret#123"});
     EXPECT_EQ(key({"OldPassphrase=Secret#456", "RekeyFlag=2"})["SecurityMode"], "2");
     key({"RekeyFlag=2"});  // rekey with the external manager
     EXPECT_EQ(key({})["SecurityMode"], "0");

@@ -684,6 +684,51 @@ TEST_F(HostTest, AdminGroupMembersHoldAdministratorRights) {
     EXPECT_EQ(RunAsNobody("vkconfig", {"storage", "empty"}, "--groups=1").exit, 3);
 }
 
+// A caller other than root must not choose where its rights come from: a
+// VK_HOST_CONF naming the caller's own group counts only when root owns the
+// file and no one else may write it.
+TEST_F(HostTest, RightsComeOnlyFromAHostConfigurationRootControls) {
+    if (!IsRoot()) GTEST_SKIP() << "needs root to own files and run as another user";
+    struct Case {
+        const char* what;
+        uid_t owner;
+        mode_t mode;
+        bool asNobody;
+        int exit;
+        const char* warning;  // empty: none
+    };
+    // clang-format off
+    const Case cases[] = {
+        {"root's, read-only to others",   0,     0644, true,  0, ""},
+        {"the caller's own",              65534, 0644, true,  3, "ignoring VK_HOST_CONF="},
+        {"root's, group-writable",        0,     0664, true,  3, "ignoring VK_HOST_CONF="},
+        {"root's, writable by everyone",  0,     0646, true,  3, "ignoring VK_HOST_CONF="},
+        {"another user's, root asking",   65534, 0666, false, 0, ""},
+    };
+    // clang-format on
+    const fs::path conf = dir_ / "host.conf";
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        WriteConf("admin_group=nogroup\n");
+        ASSERT_EQ(chown(conf.c_str(), c.owner, c.owner), 0);
+        ASSERT_EQ(chmod(conf.c_str(), c.mode), 0);
+        const Result r = c.asNobody ? RunAsNobody("vkconfig", {"storage", "empty"})
+                                    : Run("vkconfig", {"storage", "empty"});
+        EXPECT_EQ(r.exit, c.exit) << r.err;
+        if (*c.warning == '\0')
+            EXPECT_EQ(r.err, "");
+        else
+            EXPECT_NE(r.err.find(c.warning), std::string::npos) << r.err;
+        fs::remove(conf);
+    }
+    // A FIFO is refused at once instead of being waited on.
+    ASSERT_EQ(mkfifo(conf.c_str(), 0644), 0);
+    const Result r = Run("vkreport", {"storage", "empty"});
+    EXPECT_EQ(r.exit, 0);
+    EXPECT_EQ(r.err, "vkreport: warning: " + conf.string() +
+                         " is not a regular file; using the defaults\n");
+}
+
 TEST_F(HostTest, BadHostConfigurationIsToldAndIgnored) {
     WriteConf("colour=blue\nadmin_group=\n");
     const Result r = Run("vkreport", {"storage", "empty"});

@@ -297,7 +297,7 @@ TEST_F(ReportTest, CheckCallbacksRefuseWithTheirNumbersAndTexts) {
         {"vkreport storage adisk controller=0 vdisk=9", 1604, "9", "0, 1"},
         {"vkreport storage adisk controller=1 vdisk=0", 1622, "1", ""},
         {"vkreport storage pdisk controller=0 cachecade=0", 1739, "0", "1"},
-        {"vkreport storage pdisk controller=1 cachecade=0", 1740, "1", ""},
+        {"vkreport storage pdisk controller=1 cachecade=0", 1740, "0", ""},
         {"vkreport storage adisk controller=0 connector=7", 1601, "7", "0"},
         {"vkreport storage adisk controller=0 enclosure=0:9", 1605, "0:9", "0:1"},
         {"vkreport storage pdisk controller=1 enclosure=0:1", 1605, "0:1", kNoEnclosures},
@@ -310,7 +310,7 @@ TEST_F(ReportTest, CheckCallbacksRefuseWithTheirNumbersAndTexts) {
         // battery check
         {"vkreport storage battery controller=2", 1600, "2", "0, 1"},
         {"vkreport storage battery controller=0 battery=3", 1620, "3", "0"},
-        {"vkreport storage battery controller=1 battery=0", 1628, "1", ""},
+        {"vkreport storage battery controller=1 battery=0", 1628, "0", ""},
         // connector check
         {"vkreport storage connector controller=4", 1600, "4", "0, 1"},
         {"vkreport storage connector controller=0 connector=7", 1601, "7", "0"},
@@ -339,7 +339,7 @@ TEST_F(ReportTest, CheckCallbacksRefuseWithTheirNumbersAndTexts) {
         {"vkreport storage cachecade controller=8", 1600, "8", "0, 1"},
         {"vkreport storage cachecade controller=1", 1738, "1", ""},
         {"vkreport storage cachecade controller=0 cachecade=0", 1739, "0", "1"},
-        {"vkreport storage cachecade controller=1 cachecade=0", 1740, "1", ""},
+        {"vkreport storage cachecade controller=1 cachecade=0", 1740, "0", ""},
         // NVMe, partition, virtual-disk and PCIe checks
         {"vkreport storage nvmeadapter controller=0 nvmeid=9", 1601, "9", "4"},
         {"vkreport storage nvmeadapter controller=6", 1600, "6", "0, 1"},
