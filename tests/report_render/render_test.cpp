@@ -620,7 +620,7 @@ const CatalogueCase kCatalogueCases[] = {
     {1513, "default", {}, "vkconfig storage vdisk action=blnk controller=0 vdisk=0",
      "The action blnk is not valid. Did you mean blink?"},
     {1590, kNoAgent, {}, "vkreport storage controller",
-     "The data agent kvda is not available."},
+     "The data agent kvda is not available: cannot load the agent module /nonexistent/vk-agents/libkvda.so: cannot open shared object file: No such file or directory"},
     {1600, "default", {}, "vkconfig storage vdisk action=blink controller=5 vdisk=0",
      "Controller 5 was not found or is busy with automatic configuration. Valid controllers: 0, 1, 2"},
     {1601, "default", {}, "vkconfig storage connector action=rescan controller=0 connector=4",
