@@ -15,6 +15,7 @@ declare -A groups=(
              mingw-w64-x86-64-dev wine wine64 dpkg-dev autoconf automake libtool tcl make xz-utils"
   [fuzz]="clang libclang-rt-14-dev"
   [stress]="sqlite3 procps"
+  [coverage]="gcovr python3"
   [bench]="python3 strace"
 )
 

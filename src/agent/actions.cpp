@@ -166,7 +166,12 @@ long long sizeValue(W& w, const std::string& text, long long largest) {
         digits.pop_back();
     }
     if (!digitsOnly(digits)) w.badValue("bad Length '" + text + "': expected a number of bytes");
-    return std::stoll(digits) * unit;
+    const long long n = std::stoll(digits);
+    // compared before it is multiplied, so that no size can overflow
+    if (n > largest / unit)
+        w.notPossible("size " + text + " is beyond the free space of the disks (at most " +
+                      std::to_string(largest) + " bytes)");
+    return n * unit;
 }
 
 std::string freeDeviceName(const Estate& e) {

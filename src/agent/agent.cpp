@@ -10,7 +10,10 @@ namespace kvda {
 
 namespace fs = std::filesystem;
 
-Agent::Agent(const fs::path& statePath) : store_(statePath) {}
+Agent::Agent(const fs::path& statePath) : store_(statePath) {
+    // A bad clock setting is refused at once, not only once an operation runs.
+    timeScale();
+}
 
 const Estate& Agent::current() {
     int64_t g = store_.generation();
@@ -57,7 +60,7 @@ int64_t Agent::now() {
     return effectiveTime(estate(), wallMillis());
 }
 
-std::string Agent::send(const std::vector<std::string>& pairs) {
+Reply Agent::reply(const std::vector<std::string>& pairs) {
     std::lock_guard lock(mutex_);
     Answer answer;
     int st = status::kOk;
@@ -85,13 +88,15 @@ std::string Agent::send(const std::vector<std::string>& pairs) {
         st = e.status;
         message = e.message;
     } catch (const std::exception& e) {
+        // Anything but a refusal means the estate could not be used.
         st = status::kStateError;
         message = e.what();
     }
     // the journal records what was asked and what came of it
     store_.journal(journalLine(pairs) + " => " + std::to_string(st) +
                    (message.empty() ? "" : " " + message));
-    return answer.finish(st, message);
+    std::string text = answer.finish(st, message);
+    return {st, std::move(message), std::move(text)};
 }
 
 }  // namespace kvda

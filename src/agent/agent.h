@@ -46,11 +46,22 @@ Request parseRequest(const std::vector<std::string>& pairs);
 // One journal line: the pairs joined by spaces, pass phrases hidden.
 std::string journalLine(const std::vector<std::string>& pairs);
 
+// An answer with its status; status::kStateError means that the estate
+// could not be used (the message says why and names the state file).
+struct Reply {
+    int status = status::kOk;
+    std::string message;
+    std::string text;
+};
+
 class Agent {
   public:
+    // Opens the estate; throws Error when it cannot be used, or when
+    // $KVDA_TIME_SCALE is not a time scale.
     explicit Agent(const std::filesystem::path& statePath);
     // The complete answer text for a name/value list.
-    std::string send(const std::vector<std::string>& pairs);
+    std::string send(const std::vector<std::string>& pairs) { return reply(pairs).text; }
+    Reply reply(const std::vector<std::string>& pairs);
     Store& store() { return store_; }
     // The estate as it is now, read as it is asked; brought to the present
     // simulated time (and that written) while operations run, when this

@@ -4,8 +4,10 @@
 #include <array>
 #include <charconv>
 #include <chrono>
+#include <cmath>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 
 #include "answer.h"
 #include "sqlite.h"
@@ -15,12 +17,18 @@ namespace kvda {
 // ---- clock ----------------------------------------------------------------
 
 double timeScale() {
-    if (const char* s = std::getenv("KVDA_TIME_SCALE"); s && *s) {
-        char* end = nullptr;
-        double v = std::strtod(s, &end);
-        if (end && *end == '\0' && v >= 0) return v;
-    }
-    return kDefaultTimeScale;
+    const char* s = std::getenv("KVDA_TIME_SCALE");
+    if (s == nullptr || *s == '\0') return kDefaultTimeScale;
+    const std::string_view text(s);
+    double v = 0;
+    const auto r = std::from_chars(text.data(), text.data() + text.size(), v);
+    // from_chars also reads "inf" and "nan"; neither is a speed
+    if (r.ec != std::errc() || r.ptr != text.data() + text.size() || !std::isfinite(v) || v < 0 ||
+        v > kMaxTimeScale)
+        throw Error("KVDA_TIME_SCALE='" + std::string(text) +
+                    "' is not a time scale: give a number from 0 (the clock stands still) to " +
+                    std::to_string(static_cast<int64_t>(kMaxTimeScale)));
+    return v;
 }
 
 int64_t wallMillis() {
@@ -29,8 +37,23 @@ int64_t wallMillis() {
 }
 
 int64_t effectiveTime(const Estate& e, int64_t wallMs) {
-    int64_t elapsed = std::max<int64_t>(0, wallMs - e.wallAnchor);
-    return e.simTime + static_cast<int64_t>(static_cast<double>(elapsed) * timeScale() / 1000.0);
+    // Both instants are stored non-negative, so the difference cannot
+    // overflow; the product is bounded in floating point before it becomes
+    // an integer again.
+    const int64_t sim = std::clamp<int64_t>(e.simTime, 0, kMaxSimTime);
+    const int64_t elapsed = std::max<int64_t>(0, wallMs - std::max<int64_t>(0, e.wallAnchor));
+    const double passed = static_cast<double>(elapsed) * timeScale() / 1000.0;
+    const auto room = static_cast<double>(kMaxSimTime - sim);
+    return passed >= room ? kMaxSimTime : sim + static_cast<int64_t>(passed);
+}
+
+int64_t advancedTime(int64_t now, int64_t by) {
+    if (by < 0 || now < 0 || now > kMaxSimTime || by > kMaxSimTime - now)
+        throw Error("the simulated clock ends at " + formatClock(kMaxSimTime) + "; from " +
+                    formatClock(std::clamp<int64_t>(now, 0, kMaxSimTime)) +
+                    " it can move on by at most " +
+                    formatDuration(kMaxSimTime - std::clamp<int64_t>(now, 0, kMaxSimTime)));
+    return now + by;
 }
 
 namespace {
@@ -64,7 +87,11 @@ int64_t parseDuration(std::string_view text) {
         } else if (total != 0) {
             throw bad();  // "1h30" : the last number needs its unit too
         }
-        if (n > (int64_t{1} << 40) / unit) throw bad();
+        // no span longer than the clock's whole span: nothing can overflow
+        if (n > kMaxSimTime / unit || n * unit > kMaxSimTime - total)
+            throw Error("duration '" + std::string(text) +
+                        "' is longer than the simulated clock's span of " +
+                        formatDuration(kMaxSimTime));
         total += n * unit;
     }
     return total;
@@ -496,6 +523,14 @@ const OpRow* opRow(std::string_view name) {
 
 }  // namespace
 
+namespace {
+// done out of work (0 <= done < work) in whole percent, for any size of work.
+long long percent(long long done, long long work) {
+    constexpr long long kSafe = std::numeric_limits<long long>::max() / 100;
+    return done <= kSafe ? done * 100 / work : std::min(99LL, done / (work / 100));
+}
+}  // namespace
+
 void startOp(Object& obj, std::string_view name, long long work) {
     obj.set("_op", std::string(name));
     obj.set("_opwork", std::to_string(std::max(1LL, work)));
@@ -537,19 +572,23 @@ void advanceEstate(Estate& e, int64_t from, int64_t to) {
             const Object* c = e.find(kind::kController, o->ctrl, std::to_string(o->ctrl));
             rate = c ? std::clamp(c->num(row->rateTag), 1LL, 100LL) : 30;
         }
-        const long long work = o->num("_opwork");
+        const long long work = std::max(1LL, o->num("_opwork"));
         const long long speed = std::max(1LL, row->perSecond * rate / 100);  // work per second
-        const long long before = o->num("_opdone");
-        const long long done = std::min(work, before + (to - from) * speed);
-        if (done >= work) {
+        const long long before = std::clamp(o->num("_opdone"), 0LL, work);
+        // what is left, in seconds rounded up: compared before it is
+        // multiplied, so that no product can overflow
+        const long long left = work - before;
+        const long long needed = left / speed + (left % speed != 0);
+        if (to - from >= needed) {
             // ends at the second its work is done, which alerts show
-            const int64_t end = std::min<int64_t>(to, from + (work - before + speed - 1) / speed);
+            const int64_t end = from + needed;
             cancelOp(*o);
             row->finish(e, end, oid);
             continue;
         }
+        const long long done = before + (to - from) * speed;
         o->set("_opdone", std::to_string(done));
-        o->set("Progress", std::to_string(done * 100 / work));
+        o->set("Progress", std::to_string(percent(done, work)));
     }
     std::vector<int64_t> showing;
     for (const Object* o : e.busy())

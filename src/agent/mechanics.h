@@ -15,17 +15,26 @@ namespace kvda {
 
 // ---- the simulated clock ------------------------------------------------
 // Simulated time runs kDefaultTimeScale times as fast as the wall clock;
-// $KVDA_TIME_SCALE overrides the factor (0 stops the clock, so that only
-// `kvda time advance` moves it).
+// $KVDA_TIME_SCALE overrides the factor with a decimal number from 0 to
+// kMaxTimeScale (0 stops the clock, so that only `kvda time advance` moves
+// it). The clock counts seconds from 2024-03-04T00:00:00 and ends at
+// kMaxSimTime, the last second of the year 9999: it never runs back and
+// stops at its end.
 inline constexpr double kDefaultTimeScale = 60.0;
+inline constexpr double kMaxTimeScale = 1e6;
+inline constexpr int64_t kMaxSimTime = 251'692'790'399;  // 9999-12-31T23:59:59
+// Throws Error naming the variable and its value when it is not a scale.
 double timeScale();
 int64_t wallMillis();
 // The simulated time now: the stored time plus the scaled wall-clock time
-// since it was stored.
+// since it was stored, at most kMaxSimTime.
 int64_t effectiveTime(const Estate& e, int64_t wallMs);
-// "90s", "10m", "2h", "1d", "1h30m" (a plain number is seconds). Throws
-// Error naming the text.
+// "90s", "10m", "2h", "1d", "1h30m" (a plain number is seconds), at most
+// the clock's whole span. Throws Error naming the text.
 int64_t parseDuration(std::string_view text);
+// The time `by` seconds after `now`; throws Error when that would pass the
+// clock's end.
+int64_t advancedTime(int64_t now, int64_t by);
 std::string formatDuration(int64_t seconds);  // "2h 5m 0s"
 std::string formatClock(int64_t simSeconds);  // "2024-03-04T02:05:00"
 

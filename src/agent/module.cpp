@@ -3,19 +3,24 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
 
 #include "agent.h"
-#include "answer.h"
 #include "vkdb.h"
 
 namespace {
 
 std::mutex gMutex;
 std::unique_ptr<kvda::Agent> gAgent;
+// Why this thread's last request got no answer (VKDBAgentFailure).
+thread_local std::string tFailure;
 
-// Opens the estate on first use; a failure is answered and retried on the
-// next request, so a fixed state file needs no restart of the host.
-std::string answer(uint32_t count, const char** pairs) {
+// Opens the estate on first use, and retries on the next request after a
+// failure, so a fixed state file needs no restart of the host. An estate
+// that cannot be used gives no answer: the caller learns why through
+// VKDBAgentFailure and tells it apart from a refusal.
+std::optional<std::string> answer(uint32_t count, const char** pairs) {
     std::vector<std::string> list;
     for (uint32_t i = 0; pairs && i < count; ++i) list.emplace_back(pairs[i] ? pairs[i] : "");
     kvda::Agent* agent = nullptr;
@@ -24,30 +29,42 @@ std::string answer(uint32_t count, const char** pairs) {
         try {
             if (!gAgent) gAgent = std::make_unique<kvda::Agent>(kvda::defaultStatePath());
         } catch (const std::exception& e) {
-            kvda::Answer a;
-            return a.finish(kvda::status::kStateError, e.what());
+            tFailure = e.what();
+            return std::nullopt;
         }
         agent = gAgent.get();
     }
-    return agent->send(list);
+    kvda::Reply reply = agent->reply(list);
+    if (reply.status == kvda::status::kStateError) {
+        tFailure = std::move(reply.message);
+        return std::nullopt;
+    }
+    return std::move(reply.text);
 }
 
 }  // namespace
 
 extern "C" {
 
-VK_VKDB_EXPORT char* VKDBAgentSendCmd(void* /*context*/, uint32_t count, const char** nvPairs) {
+VKDB_AGENT_EXPORT char* VKDBAgentSendCmd(void* /*context*/, uint32_t count, const char** nvPairs) {
     try {
-        std::string text = answer(count, nvPairs);
-        auto out = std::make_unique<char[]>(text.size() + 1);
-        std::memcpy(out.get(), text.c_str(), text.size() + 1);
+        tFailure.clear();
+        std::optional<std::string> text = answer(count, nvPairs);
+        if (!text) return nullptr;
+        auto out = std::make_unique<char[]>(text->size() + 1);
+        std::memcpy(out.get(), text->c_str(), text->size() + 1);
         return out.release();
     } catch (...) {
-        return nullptr;  // out of memory: the caller sees "no answer"
+        tFailure.clear();  // out of memory: no answer, and no words to say why
+        return nullptr;
     }
 }
 
-VK_VKDB_EXPORT void VKDBAgentFreeData(void* /*context*/, char* data) {
+VKDB_AGENT_EXPORT const char* VKDBAgentFailure(void* /*context*/) {
+    return tFailure.empty() ? nullptr : tFailure.c_str();
+}
+
+VKDB_AGENT_EXPORT void VKDBAgentFreeData(void* /*context*/, char* data) {
     std::unique_ptr<char[]> owned(data);
 }
 }

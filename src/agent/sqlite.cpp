@@ -125,18 +125,28 @@ void Db::checkpointAbove(int64_t bytes) {
     sqlite3_wal_checkpoint_v2(db_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
 }
 
+namespace {
+// A file that SQLite finds is no database, or a damaged one, is unusable as
+// it is; other failures (busy, full, no rights) may pass.
+[[noreturn]] void raise(int rc, const std::string& text) {
+    const int primary = rc & 0xff;
+    if (primary == SQLITE_NOTADB || primary == SQLITE_CORRUPT) throw UnusableState(text);
+    throw Error(text);
+}
+}  // namespace
+
 void Db::exec(const char* sql) {
     char* err = nullptr;
-    if (sqlite3_exec(db_.get(), sql, nullptr, nullptr, &err) != SQLITE_OK) {
+    if (const int rc = sqlite3_exec(db_.get(), sql, nullptr, nullptr, &err); rc != SQLITE_OK) {
         std::string msg = err ? err : sqlite3_errmsg(db_.get());
         sqlite3_free(err);
-        throw Error("state file " + path_ + ": " + msg);
+        raise(rc, "state file " + path_ + ": " + msg);
     }
 }
 
 void Db::fail(std::string_view what) const {
-    throw Error("state file " + path_ + ": " + std::string(what) + ": " +
-                sqlite3_errmsg(db_.get()));
+    raise(sqlite3_extended_errcode(db_.get()),
+          "state file " + path_ + ": " + std::string(what) + ": " + sqlite3_errmsg(db_.get()));
 }
 
 Stmt::Stmt(Db& db, std::string_view sql) : db_(db) {

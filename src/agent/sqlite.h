@@ -19,6 +19,14 @@ class Error : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// The state file is there but holds no estate this kvda can use: it is not a
+// database, it is damaged, or it is of another schema version or another
+// program. `kvda init --force` replaces it.
+class UnusableState : public Error {
+  public:
+    using Error::Error;
+};
+
 class Db;
 
 class Stmt {

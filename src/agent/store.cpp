@@ -3,8 +3,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
+#include <optional>
 
 #include "mechanics.h"
 #include "profile.h"
@@ -78,6 +81,15 @@ constexpr const char* kInsertObject =
     "INSERT INTO objects(oid, kind, ctrl, parent, addr, state, attrs, busy, props)"
     " VALUES(?1,?2,?3,?4,?5,?6,?7,?8,?9)";
 
+// A meta value: a decimal number from `least` to `most`.
+std::optional<int64_t> storedNumber(std::string_view text, int64_t least, int64_t most) {
+    int64_t n = 0;
+    const auto r = std::from_chars(text.data(), text.data() + text.size(), n);
+    if (r.ec != std::errc() || r.ptr != text.data() + text.size() || n < least || n > most)
+        return std::nullopt;
+    return n;
+}
+
 fs::path ensureDir(const fs::path& path) {
     std::error_code ec;
     if (path.has_parent_path()) fs::create_directories(path.parent_path(), ec);
@@ -119,7 +131,16 @@ Store::Store(const fs::path& path) : db_(ensureDir(path).string()) {
         has.step();
         return has.integer(0) != 0;
     };
+    // Only an empty database becomes an estate: one with tables of its own
+    // belongs to something else.
+    auto isEmpty = [&] {
+        Stmt any(db_, "SELECT count(*) FROM sqlite_master");
+        any.step();
+        return any.integer(0) == 0;
+    };
     if (!hasMeta()) {
+        if (!isEmpty())
+            throw UnusableState("state file " + path.string() + " is a database but not an estate");
         if (db_.readOnly())
             throw Error("state file " + path.string() +
                         " holds no estate and this user may not create one");
@@ -137,9 +158,10 @@ Store::Store(const fs::path& path) : db_(ensureDir(path).string()) {
     Stmt v(db_, "SELECT value FROM meta WHERE key='schema_version'");
     std::string version = v.step() ? v.text(0) : "none";
     if (version != std::to_string(kSchemaVersion))
-        throw Error("state file " + path.string() + " has schema version " + version +
-                    std::string("; this kvda reads version ") + std::to_string(kSchemaVersion) +
-                    " (recreate it with: kvda init --force)");
+        throw UnusableState("state file " + path.string() + " has schema version " + version +
+                            std::string("; this kvda reads version ") +
+                            std::to_string(kSchemaVersion) +
+                            " (recreate it with: kvda init --force)");
 }
 
 Stmt& Store::statement(size_t slot, const char* sql) {
@@ -244,11 +266,17 @@ Estate Store::view() {
     Estate e(*this, std::move(overrides));
     Stmt m(db_, "SELECT key, value FROM meta WHERE key IN ('sim_time','wall_anchor','next_oid')");
     while (m.step()) {
-        std::string k = m.text(0);
-        int64_t v = std::atoll(m.text(1).c_str());
-        if (k == "sim_time") e.simTime = v;
-        if (k == "wall_anchor") e.wallAnchor = v;
-        if (k == "next_oid") e.nextOid = v;
+        const std::string k = m.text(0);
+        // The clock's values are checked here once, so that time arithmetic
+        // never starts from a value out of its range.
+        const int64_t most = k == "sim_time" ? kMaxSimTime : INT64_MAX;
+        const std::optional<int64_t> v = storedNumber(m.text(1), 0, most);
+        if (!v)
+            throw UnusableState("state file " + db_.path() + ": the stored " + k + " '" +
+                                m.text(1) + "' is out of range");
+        if (k == "sim_time") e.simTime = *v;
+        if (k == "wall_anchor") e.wallAnchor = *v;
+        if (k == "next_oid") e.nextOid = *v;
     }
     Stmt last(db_, "SELECT max(oid) FROM objects");
     if (last.step() && !last.isNull(0)) e.nextOid = std::max(e.nextOid, last.integer(0) + 1);
@@ -290,11 +318,18 @@ void Store::select(const Query& q, const std::function<void(const StoredRow&)>& 
         while (s.step()) {
             const int64_t code = s.integer(1);
             if (code < 0 || code >= static_cast<int64_t>(kKinds.size()))
-                throw Error("state file " + db_.path() + ": object " +
-                            std::to_string(s.integer(0)) + " is of no known kind");
+                throw UnusableState("state file " + db_.path() + ": object " +
+                                    std::to_string(s.integer(0)) + " is of no known kind");
             row({s.integer(0), kKinds[static_cast<size_t>(code)], s.integer(2), s.integer(3),
                  s.view(4), s.view(5)});
         }
+    } catch (const Error&) {
+        s.reset();
+        throw;
+    } catch (const std::runtime_error& e) {
+        // a stored object that cannot be read back
+        s.reset();
+        throw UnusableState("state file " + db_.path() + ": " + e.what());
     } catch (...) {
         s.reset();
         throw;
@@ -352,7 +387,13 @@ int64_t Store::mutate(const Mutation& change, Estate& result) {
     Estate e = view();
     int64_t now = effectiveTime(e, wallMillis());
     advanceEstate(e, e.simTime, now);
+    const int64_t before = now;
     change(e, now);
+    // a change may move the clock on, never back and never past its end
+    if (now < before || now > kMaxSimTime)
+        throw Error("the simulated time would become " + std::to_string(now) +
+                    " seconds; it runs from " + std::to_string(before) + " to at most " +
+                    std::to_string(kMaxSimTime));
     writeChanges(e);
     const int64_t wall = wallMillis();
     Stmt m(db_, "INSERT OR REPLACE INTO meta(key, value) VALUES(?1, ?2)");
@@ -381,8 +422,8 @@ void Store::refreshColumns(int64_t oid) {
     if (code >= 0 && code < static_cast<int64_t>(kKinds.size()))
         o.kind = std::string(kKinds[static_cast<size_t>(code)]);
     if (!decodeProps(get.view(1), o.props))
-        throw Error("state file " + db_.path() + ": the properties of object " +
-                    std::to_string(oid) + " are damaged");
+        throw UnusableState("state file " + db_.path() + ": the properties of object " +
+                            std::to_string(oid) + " are damaged");
     Stmt ov(db_, "SELECT tag, value FROM overrides WHERE oid=?1");
     ov.bind(1, oid);
     while (ov.step()) o.overrides[ov.text(0)] = ov.text(1);

@@ -70,11 +70,17 @@ int cmdInit(const std::vector<std::string>& args) {
     fs::path state = defaultStatePath();
     if (fs::exists(state) && !force)
         throw Error("state file " + state.string() + " exists; add --force to replace it");
+    // --force replaces a file, never a directory or a device
+    if (fs::exists(state) && !fs::is_regular_file(state))
+        throw Error("state file " + state.string() +
+                    " is not a regular file; kvda init replaces only a file");
     try {
         Store store(state);
         store.replace(estate, name);
-    } catch (const Error& e) {
-        if (!force || std::string(e.what()).find("schema version") == std::string::npos) throw;
+    } catch (const UnusableState&) {
+        // no estate this kvda can use (not a database, damaged, another
+        // version): made anew, its log and shared memory with it
+        if (!force) throw;
         for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(state.string() + suffix);
         Store store(state);
         store.replace(estate, name);
@@ -211,8 +217,9 @@ int cmdTime(Agent& agent, const std::vector<std::string>& args) {
             throw Usage("time: expected 'kvda time' or 'kvda time advance DURATION'");
         const int64_t by = parseDuration(args[1]);
         agent.mutate([&](Estate& e, int64_t& now) {
-            advanceEstate(e, now, now + by);
-            now += by;
+            const int64_t to = advancedTime(now, by);
+            advanceEstate(e, now, to);
+            now = to;
         });
     }
     const int64_t now = agent.now();

@@ -44,6 +44,7 @@ constexpr std::array<MessageRange, 5> kMessageRanges{{
 }};
 // clang-format on
 
+constexpr uint32_t kAgentUnavailable = 1590;
 constexpr uint32_t kReportUsage = 6000;
 constexpr uint32_t kConfigUsage = 6001;
 
@@ -299,6 +300,13 @@ class Responder {
         return out;
     }
 
+    // The outcome of a command whose agent could not be used.
+    Outcome Unavailable(const std::string& agent, const std::string& cause) {
+        Outcome out;
+        Message(kAgentUnavailable, agent, cause, out);
+        return out;
+    }
+
   private:
     Renderer& renderer() {
         if (!renderer_) renderer_ = std::make_unique<Renderer>(share_, program_, command_);
@@ -357,9 +365,10 @@ class Responder {
     }
 
     void FromMessage(const CLPSResponse& resp, Outcome& out) {
-        const uint32_t id = resp.msgId;
-        const std::string arg1 = Shown(Str(resp.msgArg1));
-        const std::string arg2 = Shown(Str(resp.msgArg2));
+        Message(resp.msgId, Shown(Str(resp.msgArg1)), Shown(Str(resp.msgArg2)), out);
+    }
+
+    void Message(uint32_t id, const std::string& arg1, const std::string& arg2, Outcome& out) {
         out.message = id;
         out.args = {arg1, arg2};
         out.hasArgs = true;
@@ -455,6 +464,7 @@ Outcome RunCommand(const std::string& program, const Options& opts) {
     }
     if (opts.dryRun) plugin.RequestDryRun();
 
+    plugin.ClearAgentFailure();
     std::string console;
     Plugin::ResponsePtr resp = SendCaptured(plugin, argv, console);
     // No answer to a bare command ("vkreport storage") or to a help request
@@ -470,14 +480,25 @@ Outcome RunCommand(const std::string& program, const Options& opts) {
         resp = SendCaptured(plugin, usageArgv, console);
         if (resp && resp->kind != CLPS_RESP_USAGE) resp.reset();
     }
+    Responder responder(program, usageCommand, where.share, opts.format, SecretsOf(opts.words));
     Outcome out;
     if (!resp) {
         out = ErrorOutcome(kExitCommandLine, "command not understood: '" + command + "'" + hint);
     } else {
         try {
-            Responder responder(program, usageCommand, where.share, opts.format,
-                                SecretsOf(opts.words));
             out = responder.Convert(*resp, command);
+        } catch (const HostError& error) {
+            out = ErrorOutcome(error.exitCode, error.what());
+        }
+    }
+    // The plug-in's checks take an agent that gave no answer for "not
+    // valid": why it could not answer comes before any refusal they made.
+    const auto failure = out.exitCode != kExitDone ? plugin.TheAgentFailure() : std::nullopt;
+    if (failure) {
+        try {
+            Outcome unavailable = responder.Unavailable(failure->agent, failure->cause);
+            unavailable.request = std::move(out.request);
+            out = std::move(unavailable);
         } catch (const HostError& error) {
             out = ErrorOutcome(error.exitCode, error.what());
         }

@@ -62,6 +62,24 @@ void Plugin::RequestDescription() const {
     SetHostFlags(CLPS_HOST_DESCRIBE, "describe its commands");
 }
 
+// The record lives in the data-agent access library the plug-in is linked
+// with, so it is looked up through the plug-in's own dependencies too.
+std::optional<Plugin::AgentFailure> Plugin::TheAgentFailure() const {
+    using GetFunc = int32_t (*)(const char**, const char**);
+    void* symbol = module_.Find("VKDBPluginGetFailure");
+    const char* agent = nullptr;
+    const char* cause = nullptr;
+    if (symbol == nullptr || reinterpret_cast<GetFunc>(symbol)(&agent, &cause) == 0)
+        return std::nullopt;
+    return AgentFailure{agent != nullptr ? agent : "", cause != nullptr ? cause : ""};
+}
+
+void Plugin::ClearAgentFailure() const {
+    using ClearFunc = void (*)();
+    if (void* symbol = module_.Find("VKDBPluginClearFailure"))
+        reinterpret_cast<ClearFunc>(symbol)();
+}
+
 StdoutCapture::StdoutCapture() {
     std::cout.flush();
     file_ = os::CreateTemporaryFile();

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,17 @@ class Plugin {
     // Asks for descriptions of the commands instead of running them, the
     // same way.
     void RequestDescription() const;
+
+    // Why an agent the plug-in asked gave no answer (it could not be used),
+    // as the data-agent access library the plug-in is linked with recorded
+    // it since the last clear; nothing when every agent answered or the
+    // plug-in uses no such library.
+    struct AgentFailure {
+        std::string agent;
+        std::string cause;
+    };
+    std::optional<AgentFailure> TheAgentFailure() const;
+    void ClearAgentFailure() const;
 
   private:
     void SetHostFlags(uint32_t flags, const char* what) const;

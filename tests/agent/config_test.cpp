@@ -117,6 +117,7 @@ TEST_F(AgentConfigTest, RefusedCreationsLeaveTheEstateUntouched) {
         {{"GlobalNo=0", "Layout=64", three, "Name=OS"}, 8, "already named"},
         {{"GlobalNo=0", "Layout=64", three, "Name=a/b"}, 7, "may hold only"},
         {{"GlobalNo=0", "Layout=64", three, "Length=99999999999999"}, 8, "beyond the free space"},
+        {{"GlobalNo=0", "Layout=64", three, "Length=999999999999999999g"}, 8, "beyond the free"},
         {{"GlobalNo=0", "Layout=64", three, "Length=1024"}, 7, "below the smallest"},
         {{"GlobalNo=0", "Layout=64", three, "StripeSize=1"}, 7, "StripeSize"},
         {{"GlobalNo=0", "Layout=64", three, "WritePolicy=3"}, 7, "WritePolicy"},
@@ -391,6 +392,80 @@ TEST_F(AgentConfigTest, OperationsProgressWithSimulatedTimeAtTheControllersRates
     EXPECT_EQ(bat()["LearnState"], "0");
 }
 
+// The clock stays within 2024-03-04 .. 9999-12-31 whatever its speed, the
+// wall clock or the durations asked: a scale out of its range is refused by
+// name, a clock that would pass its end stops there, and a stored time out
+// of range is a damaged estate.
+TEST_F(AgentConfigTest, SimulatedTimeStaysInItsRange) {
+    struct Scale {
+        const char* value;
+        bool taken;
+    };
+    // clang-format off
+    const std::vector<Scale> scales = {
+        {"1e17", false}, {"inf", false}, {"nan", false}, {"-1", false}, {"-inf", false},
+        {"fast", false}, {"0x10", false}, {" 5", false}, {"5 ", false}, {"1000001", false},
+        {"0", true}, {"0.5", true}, {"60", true}, {"1e6", true}, {"", true},
+    };
+    // clang-format on
+    agent();
+    for (const Scale& c : scales) {
+        SCOPED_TRACE(c.value);
+        setenv("KVDA_TIME_SCALE", c.value, 1);
+        try {
+            Agent another(path_);
+            EXPECT_TRUE(c.taken);
+        } catch (const Error& e) {
+            EXPECT_FALSE(c.taken);
+            EXPECT_NE(std::string(e.what()).find(std::string("KVDA_TIME_SCALE='") + c.value + "'"),
+                      std::string::npos)
+                << e.what();
+        }
+    }
+
+    // The fastest clock, stored at the epoch: it stops at its end, and the
+    // learn cycle running meanwhile ended when its work was done.
+    ask({"vkacmd=setBatteryStartLearn", "GlobalNo=0", "BatteryID=0"});
+    agent_.reset();
+    {
+        Db db(path_.string());
+        db.exec("UPDATE meta SET value='0' WHERE key='wall_anchor'");
+    }
+    setenv("KVDA_TIME_SCALE", "1e6", 1);
+    const Obj battery = ask({"vkacmd=getBattery", "GlobalNo=0", "BatteryID=0"}).at(0);
+    EXPECT_EQ(battery.at("ObjState"), "1");
+    EXPECT_EQ(battery.count("Progress"), 0u);
+    EXPECT_EQ(agent().now(), kMaxSimTime);
+    EXPECT_EQ(formatClock(agent().now()), "9999-12-31T23:59:59");
+    setenv("KVDA_TIME_SCALE", "0", 1);
+    for (const Obj& a : ask({"vkacmd=getAlertLog"}))
+        EXPECT_EQ(a.at("Time").rfind("2024-03-", 0), 0u);
+
+    // Durations beyond the clock's span, and moving past its end, are refused
+    // and change nothing.
+    for (const char* d : {"99999999999999d", "251692790400s", "1099511627776s1099511627776s"})
+        EXPECT_THROW(parseDuration(d), Error) << d;
+    EXPECT_EQ(parseDuration("251692790399s"), kMaxSimTime);
+    const std::string before = dump();
+    EXPECT_THROW(advance("1s"), Error);
+    EXPECT_EQ(dump(), before);
+
+    // A stored time out of the clock's range is damage, named with its file.
+    for (const char* stored : {"-5", "251692790400", "9223372036854775808", "soon"}) {
+        SCOPED_TRACE(stored);
+        agent_.reset();
+        {
+            Db db(path_.string());
+            Stmt s(db, "UPDATE meta SET value=?1 WHERE key='sim_time'");
+            s.bind(1, stored).run();
+        }
+        const Reply r = agent().reply({"vkacmd=getControllerList"});
+        EXPECT_EQ(r.status, status::kStateError);
+        EXPECT_NE(r.message.find(path_.string()), std::string::npos) << r.message;
+        EXPECT_NE(r.message.find(stored), std::string::npos) << r.message;
+    }
+}
+
 TEST_F(AgentConfigTest, AFailedMemberIsRebuiltOnAHotSpareAndCopiedBack) {
     freeDataDisks();
     ask({"vkacmd=setCntrlCreateVD", "GlobalNo=0", "Layout=64", "adisk=0:0:2,0:0:3,0:0:4"});
@@ -513,11 +588,19 @@ TEST_F(AgentConfigTest, ControllerActions) {
         ask(req);
         EXPECT_EQ(ctrl()[c.tag], c.value) << req[0];
     }
+    // Drive cache: any of protocol, read and write policy; both policies at once.
+    ask({"vkacmd=setCntrlChangeDriveCache", "GlobalNo=0", "Command=93", "Command=90"});
+    for (auto& d : ask({"vkacmd=getArrayDisksForVirtualDisk", "GlobalNo=0", "LogicalDriveNum=1"})) {
+        EXPECT_EQ(d["ReadCache"], "0");
+        EXPECT_EQ(d["WriteCache"], "1");
+    }
     const std::string before = dump();
     for (Pairs bad :
          {Pairs{"vkacmd=setCntrlRebuildRate", "GlobalNo=0", "RebuildRate=x"},
           Pairs{"vkacmd=setCntrlPatrolReadStop", "GlobalNo=0"},
           Pairs{"vkacmd=setCntrlEnableAlarm", "GlobalNo=0"},
+          Pairs{"vkacmd=setCntrlChangeDriveCache", "GlobalNo=0", "BusProtocol=8"},
+          Pairs{"vkacmd=setCntrlChangeDriveCache", "GlobalNo=0", "Command=94"},
           Pairs{"vkacmd=setCntrlMode", "GlobalNo=0", "ControllerMode=2"},
           Pairs{"vkacmd=setCntrlClearForeignConfig", "GlobalNo=0"},
           Pairs{"vkacmd=setCntrlDiscardPinnedCache", "GlobalNo=0", "forcepinnedcachediscard=1"}})

@@ -377,11 +377,18 @@ TEST_F(FrameTest, FrameRefusalsNameTheParameterAndTheValidChoices) {
          "blink, assign, delaylearn, setrate, setcache, rescan, elsewhere"},
         {{"action=delaylearn", "controller=0", "battery=0"}, 1507, "delaylearn", "days, hours"},
         {{"action=setcache", "controller=0", "pdisk=0:1"}, 1507, "setcache", "cache, connector"},
-        // The agent of the row is not there.
-        {{"action=elsewhere"}, 1590, "kvnone", ""},
     };
     RunRefusals(
         this, cases, [](FrameTest* t, const Strings& w) { return t->Run(kActions, w); }, agent_);
+    // The agent of the row is not there: the loader's reason names its file.
+    ResponsePtr r = Run(kActions, {"action=elsewhere"});
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->msgId, 1590u);
+    EXPECT_STREQ(r->msgArg1, "kvnone");
+    const std::string why = r->msgArg2 != nullptr ? r->msgArg2 : "";
+    const std::string agents = VKDBPluginAgentDir();
+    EXPECT_EQ(why.rfind("cannot load the agent module " + agents, 0), 0u) << why;
+    EXPECT_NE(why.find("kvnone"), std::string::npos) << why;
 }
 
 // ---- the callback ---------------------------------------------------------------

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -150,7 +151,7 @@ TEST_F(HostTest, ExitStatusAndOutputFollowTheAnswer) {
         {"vkconfig", {"storage"},                       0, "Usage: vkconfig storage OBJECT", ""},
         {"vkreport", {"storage", "null", "a=b"},        2, "", "vkreport: command not understood: 'vkreport storage null' (try 'vkreport storage -?')\n"},
         {"vkreport", {"storage", "unknown", "a=b"},     2, "", "vkreport: command not understood: 'vkreport storage unknown' (try 'vkreport storage -?')\n"},
-        {"vkreport", {"storage", "msg", "1590", "kvda"},4, "", "vkreport: The data agent kvda is not available.\n"},
+        {"vkreport", {"storage", "msg", "1590", "kvda", "state file /x.db: damaged"}, 4, "", "vkreport: The data agent kvda is not available: state file /x.db: damaged\n"},
         {"vkreport", {"storage", "msg", "1591", "vkreport storage x"}, 4, "", "vkreport: The command vkreport storage x is not available yet.\n"},
         {"vkreport", {"storage", "msg", "1592"},        4, "", "vkreport: Out of memory: the command could not be carried out.\n"},
         {"vkreport", {"storage", "usagebad"},           4, "", "vkreport: no usage text for message 6999 in " VK_TEST_SHARE_DIR "/messages.txt\n"},
@@ -553,6 +554,105 @@ TEST_F(HostTest, TheTraceNeverHoldsAPassPhrase) {
               std::string::npos)
         << text;
     EXPECT_EQ(text.find("Phrase-"), std::string::npos) << text;
+}
+
+// ---- an agent that cannot be used --------------------------------------------
+
+// Runs SQL on a state file.
+void Alter(const fs::path& file, const char* sql) {
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &db), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(db, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(db);
+    sqlite3_close(db);
+}
+
+// Whatever makes the estate unusable, every command in every format says
+// that the agent is not available and names the file at fault: exit 4,
+// message 1590, never a refusal of a value it could not check. kvda init
+// --force replaces any such file, and only a file.
+TEST_F(HostTest, AnUnusableEstateIsAgentUnavailable) {
+    env_["VK_PLUGIN"] = VK_TEST_REAL_PLUGIN;
+    env_["KVDA_TIME_SCALE"] = "0";
+    const fs::path good = dir_ / "good.db";
+    env_["KVDA_STATE"] = good.string();
+    ASSERT_EQ(Run("kvda", {"init"}).exit, 0);
+
+    struct Case {
+        const char* what;
+        std::string state;     // KVDA_STATE
+        std::string agentDir;  // VK_AGENT_DIR, "" the real agent's
+        std::string named;     // the file the message names
+        bool replaced;         // kvda init --force makes an estate of it
+    };
+    const fs::path garbageAgent = VK_TEST_GARBAGE_AGENT;
+    auto copy = [&](const char* name) {
+        fs::copy_file(good, dir_ / name);
+        return (dir_ / name).string();
+    };
+    const std::string garbage = (dir_ / "garbage.db").string();
+    std::ofstream(garbage) << std::string(3000, 'x');
+    const std::string truncated = copy("truncated.db");
+    fs::resize_file(truncated, fs::file_size(good) / 3);
+    const std::string version = copy("version.db");
+    Alter(version, "UPDATE meta SET value='2' WHERE key='schema_version'");
+    const std::string props = copy("props.db");
+    Alter(props, "UPDATE objects SET props=X'00'");
+    const std::string directory = (dir_ / "directory.db").string();
+    fs::create_directory(directory);
+    const std::vector<Case> cases = {
+        {"garbage", garbage, "", garbage, true},
+        {"truncated", truncated, "", truncated, true},
+        {"another schema version", version, "", version, true},
+        {"broken properties", props, "", props, true},
+        {"a directory", directory, "", directory, false},
+        {"/dev/null", "/dev/null", "", "/dev/null", false},
+        {"an answer that is not XML", good.string(), garbageAgent.parent_path().string(),
+         garbageAgent.string(), true},
+    };
+    // A list, a report through a validator, a configuration command.
+    const std::vector<std::vector<std::string>> commands = {
+        {"vkreport", "--format=text", "storage", "controller"},
+        {"vkreport", "--format=json", "storage", "vdisk", "controller=0", "vdisk=0"},
+        {"vkconfig", "--format=xml", "storage", "vdisk", "action=blink", "controller=0", "vdisk=0"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        env_["KVDA_STATE"] = c.state;
+        if (!c.agentDir.empty()) env_["VK_AGENT_DIR"] = c.agentDir;
+        for (const auto& command : commands) {
+            // configuration needs rights this user may not hold
+            if (command[0] == "vkconfig" && !IsRoot()) continue;
+            SCOPED_TRACE(command[1] + " " + command[3]);
+            const Result r = Run(command[0], {command.begin() + 1, command.end()});
+            EXPECT_EQ(r.exit, 4);
+            EXPECT_EQ(r.err.rfind(command[0] + ": The data agent kvda is not available: ", 0), 0u)
+                << r.err;
+            EXPECT_NE(r.err.find(c.named), std::string::npos) << r.err;
+            if (command[1] == "--format=text") {
+                EXPECT_EQ(r.out, "");
+            }
+            if (command[1] == "--format=xml") {
+                EXPECT_EQ(r.out.rfind("<Message number=\"1590\">", 0), 0u) << r.out;
+                EXPECT_NE(r.out.find(c.named), std::string::npos) << r.out;
+            }
+            if (command[1] == "--format=json") {
+                ASSERT_TRUE(Json::accept(r.out)) << r.out;
+                const Json doc = Json::parse(r.out);
+                EXPECT_EQ(doc.at("status"), "error");
+                EXPECT_EQ(doc.at("message"), 1590);
+                EXPECT_EQ(doc.at("args").at(0), "kvda");
+                EXPECT_NE(doc.at("text").get<std::string>().find(c.named), std::string::npos);
+            }
+        }
+        const Result init = Run("kvda", {"init", "--force"});
+        EXPECT_EQ(init.exit, c.replaced ? 0 : 1) << init.err;
+        if (!c.replaced) {
+            EXPECT_NE(init.err.find("is not a regular file"), std::string::npos) << init.err;
+        } else if (c.agentDir.empty()) {
+            EXPECT_EQ(Run("vkreport", {"storage", "controller"}).exit, 0);
+        }
+        env_.erase("VK_AGENT_DIR");
+    }
 }
 
 // ---- rights ----------------------------------------------------------------

@@ -6,12 +6,14 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "os/environment.h"
+#include "os/module.h"
 
 namespace {
 
@@ -175,6 +177,75 @@ TEST(Vkdb, AnswerIsFreedByTheAgentThatMadeIt) {
     EXPECT_EQ(VKDBPluginSendCmd(id, 1, request.data()), nullptr);
     EXPECT_EQ(VKDBPluginInstalledByPrefix("swapda"), 0u);
     EXPECT_TRUE(second.requests.empty());
+}
+
+// What an agent that cannot be used leaves: no answer, and the cause for
+// the calling thread, naming the file at fault, until it is cleared.
+TEST(Vkdb, AnAgentThatCannotBeUsedLeavesItsCause) {
+    const std::string agents = VKDBPluginAgentDir();
+    const std::string kvtest =
+        (std::filesystem::path(agents) / vk::os::ModuleFileName("kvtest")).string();
+    FakeAgent fake;
+    Installed installed("recda", fake);
+    struct Case {
+        const char* prefix;
+        const char* request;
+        const char* answer;  // of the in-process agent; "" none
+        std::string cause;   // "" when it answers; else how the cause begins
+    };
+    const std::vector<Case> cases = {
+        {"recda", "vkacmd=a", "<A>1 &amp; 2</A>\n<B/> ", ""},
+        {"recda", "vkacmd=a", "", "the in-process agent recda gave no answer to vkacmd=a"},
+        {"recda", "vkacmd=b", "<SMStatus>0</SMStatus",
+         "the in-process agent recda answered "
+         "vkacmd=b with text that is not "
+         "well-formed XML: "},
+        {"recda", "vkacmd=c", "<A/>plain words", "the in-process agent recda answered vkacmd=c"},
+        {"recda", "vkacmd=d", "<A>\x01</A>", "the in-process agent recda answered vkacmd=d"},
+        {"recda", "vkacmd=e", "<A>\xff</A>", "the in-process agent recda answered vkacmd=e"},
+        {"recda", "vkacmd=f", "<!DOCTYPE A [<!ENTITY x 'y'>]><A>&x;</A>",
+         "the in-process agent recda answered vkacmd=f"},
+        {"kvtest", "vkacmd=unusable", "", "state file /nowhere/kvda.db: file is not a database"},
+        {"kvtest", "vkacmd=garbage", "",
+         "the agent module " + kvtest + " answered vkacmd=garbage with text that is not "},
+        {"nosuchagent", "vkacmd=x", "", "cannot load the agent module " + agents},
+        {"kvbroken", "vkacmd=x", "", "the agent module " + agents},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.prefix) + " " + c.request);
+        VKDBPluginClearFailure();
+        fake.answer = c.answer;
+        const int freed = fake.freed;
+        const uintptr_t id = VKDBPluginGetIDByPrefix(c.prefix);
+        std::array<const char*, 1> request = {c.request};
+        Answer answer{id, id != 0 ? VKDBPluginSendCmd(id, 1, request.data()) : nullptr};
+        const char* prefix = nullptr;
+        const char* cause = nullptr;
+        const bool recorded = VKDBPluginGetFailure(&prefix, &cause) != 0;
+        EXPECT_EQ(answer.data == nullptr, !c.cause.empty());
+        ASSERT_EQ(recorded, !c.cause.empty());
+        if (!recorded) continue;
+        EXPECT_STREQ(prefix, c.prefix);
+        EXPECT_EQ(std::string(cause).rfind(c.cause, 0), 0u) << cause;
+        // a refused answer went back to the agent that made it
+        if (*c.answer != '\0') {
+            EXPECT_EQ(fake.freed, freed + 1);
+        }
+    }
+
+    // The cause stays through later answers until cleared, for this thread
+    // only.
+    VKDBPluginClearFailure();
+    const uintptr_t id = VKDBPluginGetIDByPrefix("kvtest");
+    std::array<const char*, 1> unusable = {"vkacmd=unusable"};
+    std::array<const char*, 1> fine = {"vkacmd=getControllerList"};
+    EXPECT_EQ(VKDBPluginSendCmd(id, 1, unusable.data()), nullptr);
+    Answer later{id, VKDBPluginSendCmd(id, 1, fine.data())};
+    EXPECT_NE(later.data, nullptr);
+    EXPECT_EQ(VKDBPluginGetFailure(nullptr, nullptr), 1);
+    std::thread([] { EXPECT_EQ(VKDBPluginGetFailure(nullptr, nullptr), 0); }).join();
+    VKDBPluginClearFailure();
+    EXPECT_EQ(VKDBPluginGetFailure(nullptr, nullptr), 0);
 }
 
 TEST(Vkdb, ConcurrentCallersGetConsistentHandlesAndAnswers) {

@@ -544,7 +544,7 @@ std::map<int, std::string> Catalogue() {
 const std::map<int, int> kSlots{
     {1500, 2}, {1501, 2}, {1502, 2}, {1503, 2}, {1504, 2}, {1505, 2}, {1506, 2}, {1507, 2},
     {1508, 2}, {1509, 2}, {1510, 2}, {1511, 2}, {1512, 2}, {1513, 2},
-    {1590, 1}, {1591, 1}, {1592, 0},
+    {1590, 2}, {1591, 1}, {1592, 0},
     {1600, 2}, {1601, 2}, {1602, 2}, {1604, 2}, {1605, 2}, {1606, 1}, {1607, 1}, {1609, 2},
     {1610, 2}, {1611, 2}, {1612, 2}, {1613, 2}, {1614, 1}, {1615, 1}, {1616, 2}, {1617, 2},
     {1618, 2}, {1619, 2}, {1620, 2}, {1621, 2}, {1622, 1}, {1623, 0}, {1624, 2}, {1625, 2},
@@ -679,7 +679,7 @@ const CatalogueCase kCatalogueCases[] = {
     {1513, "default", {}, "vkconfig storage vdisk action=blnk controller=0 vdisk=0",
      "The action blnk is not valid. Did you mean blink?"},
     {1590, kNoAgent, {}, "vkreport storage controller",
-     "The data agent kvda is not available."},
+     "The data agent kvda is not available: cannot load the agent module /nonexistent/vk-agents/libkvda.so: cannot open shared object file: No such file or directory"},
     {1600, "default", {}, "vkconfig storage vdisk action=blink controller=5 vdisk=0",
      "Controller 5 was not found or is busy with automatic configuration. Valid controllers: 0, 1, 2"},
     {1601, "default", {}, "vkconfig storage connector action=rescan controller=0 connector=4",

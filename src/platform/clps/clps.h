@@ -155,7 +155,7 @@ VK_CLPS_EXPORT uint32_t CLPSGetHostFlags(void);
 #define CLPS_MSG_UNKNOWN_WORD 1511      /* %1 command word, %2 the nearest words */
 #define CLPS_MSG_BAD_WORD 1512          /* %1 command word, %2 the words valid there */
 #define CLPS_MSG_NEAR_ACTION 1513       /* %1 action, %2 the nearest actions */
-#define CLPS_MSG_AGENT_UNAVAILABLE 1590 /* %1 agent name */
+#define CLPS_MSG_AGENT_UNAVAILABLE 1590 /* %1 agent name, %2 why */
 #define CLPS_MSG_NOT_AVAILABLE 1591     /* %1 command: not available yet */
 #define CLPS_MSG_OUT_OF_MEMORY 1592
 

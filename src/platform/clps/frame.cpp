@@ -20,6 +20,7 @@
 #include "frame_internal.h"
 #include "nearest_words.h"
 #include "ocs.h"
+#include "vkdb.h"
 
 namespace {
 
@@ -511,7 +512,10 @@ CLPSResponse* Send(const std::vector<Prepared>& prepared, const char* styleSheet
             CLPSNVReportCapabilitesXML(p.row->pAgent, static_cast<uint32_t>(list.size()),
                                        list.data(), "RESPONSE", StyleSheetOf(*p.row, styleSheet)));
         if (!answer) {
-            return CLPSNVSetupMsgRespObj(CLPS_MSG_AGENT_UNAVAILABLE, 0, p.row->pAgent, nullptr,
+            // The access library recorded why the agent did not answer.
+            const char* cause = nullptr;
+            if (VKDBPluginGetFailure(nullptr, &cause) == 0) cause = "it gave no answer";
+            return CLPSNVSetupMsgRespObj(CLPS_MSG_AGENT_UNAVAILABLE, 0, p.row->pAgent, cause,
                                          nullptr, nullptr, styleSheet);
         }
         answers.push_back(std::move(answer));

@@ -2,10 +2,16 @@
 // process; what answers behind a handle is decided at each call: an agent
 // installed in-process first, else the agent module (lib<prefix>.so, or
 // <prefix>.dll on Windows) from the agents directory (loaded once and kept). Each answer remembers
-// the agent that made it, so it is always freed by its producer.
+// the agent that made it, so it is always freed by its producer. Answers are
+// read through once before they are handed out: a text that is not
+// well-formed XML never reaches a caller, and every answer that fails is
+// recorded with its cause for the calling thread.
 #include "vkdb.h"
 
+#include <array>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <map>
 #include <mutex>
@@ -18,6 +24,7 @@
 #include <vector>
 
 #include "os/module.h"
+#include "xmlsup.h"
 
 namespace {
 
@@ -25,7 +32,54 @@ struct Agent {
     VKDBAgentSendCmdFunc send = nullptr;
     VKDBAgentFreeDataFunc freeData = nullptr;
     void* context = nullptr;
+    VKDBAgentFailureFunc failure = nullptr;  // modules only, optional
+    std::string module;                      // the module's file, empty in-process
 };
+
+// The latest failure since the thread last cleared it.
+struct Failure {
+    bool recorded = false;
+    std::string prefix;
+    std::string cause;
+};
+thread_local Failure tFailure;
+
+void RecordFailure(std::string_view prefix, std::string cause) noexcept {
+    try {
+        tFailure.prefix = prefix;
+        tFailure.cause = std::move(cause);
+        tFailure.recorded = true;
+    } catch (const std::bad_alloc&) {
+        tFailure.recorded = false;
+    }
+}
+
+// "the agent module /usr/lib/vk/agents/libkvda.so", or the in-process agent.
+std::string Who(const Agent& agent, std::string_view prefix) {
+    return agent.module.empty() ? "the in-process agent " + std::string(prefix)
+                                : "the agent module " + agent.module;
+}
+
+// The request's name for messages: its first pair, cut short.
+std::string RequestName(uint32_t count, const char** nvPairs) {
+    constexpr size_t kShown = 64;
+    const std::string_view first = count > 0 && nvPairs[0] != nullptr ? nvPairs[0] : "";
+    return std::string(first.substr(0, kShown)) + (first.size() > kShown ? "..." : "");
+}
+
+// Empty when the answer is well-formed XML content, else the reason.
+std::string FaultOf(const char* data) {
+    const size_t len = std::strlen(data);
+    if (len > UINT32_MAX) {
+        return "it is larger than 4 GiB";
+    }
+    std::array<char, 256> why{};
+    if (XMLSupCheckContent(data, static_cast<uint32_t>(len), why.data(),
+                           static_cast<uint32_t>(why.size())) == XMLSUP_OK) {
+        return {};
+    }
+    return why.data();
+}
 
 bool SameAgent(const Agent& a, const Agent& b) {
     return a.send == b.send && a.freeData == b.freeData && a.context == b.context;
@@ -101,12 +155,21 @@ std::optional<Agent> LoadModule(Registry& reg, std::string_view prefix) {
     std::string error;
     vk::os::Module module = vk::os::Module::Load(path, error);
     if (!module) {
+        // The loader's text may begin with the file's name already.
+        const std::string file = path.string();
+        if (error.rfind(file + ": ", 0) == 0) error.erase(0, file.size() + 2);
+        RecordFailure(prefix, "cannot load the agent module " + file + ": " + error);
         return std::nullopt;
     }
     Agent agent;
     agent.send = reinterpret_cast<VKDBAgentSendCmdFunc>(module.Find(VKDB_AGENT_SEND_SYMBOL));
     agent.freeData = reinterpret_cast<VKDBAgentFreeDataFunc>(module.Find(VKDB_AGENT_FREE_SYMBOL));
+    agent.failure = reinterpret_cast<VKDBAgentFailureFunc>(module.Find(VKDB_AGENT_FAILURE_SYMBOL));
+    agent.module = path.string();
     if (agent.send == nullptr || agent.freeData == nullptr) {
+        RecordFailure(
+            prefix, "the agent module " + path.string() + " lacks " +
+                        (agent.send == nullptr ? VKDB_AGENT_SEND_SYMBOL : VKDB_AGENT_FREE_SYMBOL));
         return std::nullopt;
     }
     // The module stays loaded for the life of the process: answers and
@@ -176,13 +239,15 @@ char* VKDBPluginSendCmd(uintptr_t id, uint32_t count, const char** nvPairs) {
     try {
         Registry& reg = TheRegistry();
         std::optional<Agent> agent;
+        std::string prefix;
         {
             std::lock_guard guard(reg.lock);
             auto it = reg.prefixes.find(id);
             if (it == reg.prefixes.end()) {
                 return nullptr;
             }
-            agent = Resolve(reg, it->second);
+            prefix = it->second;
+            agent = Resolve(reg, prefix);
         }
         if (!agent) {
             return nullptr;
@@ -190,6 +255,17 @@ char* VKDBPluginSendCmd(uintptr_t id, uint32_t count, const char** nvPairs) {
         // The agent runs without the lock so that it may itself use agents.
         char* data = agent->send(agent->context, count, nvPairs);
         if (data == nullptr) {
+            const char* why = agent->failure != nullptr ? agent->failure(agent->context) : nullptr;
+            RecordFailure(prefix, why != nullptr && *why != '\0'
+                                      ? std::string(why)
+                                      : Who(*agent, prefix) + " gave no answer to " +
+                                            RequestName(count, nvPairs));
+            return nullptr;
+        }
+        if (std::string fault = FaultOf(data); !fault.empty()) {
+            agent->freeData(agent->context, data);
+            RecordFailure(prefix, Who(*agent, prefix) + " answered " + RequestName(count, nvPairs) +
+                                      " with text that is not well-formed XML: " + fault);
             return nullptr;
         }
         try {
@@ -224,6 +300,23 @@ void VKDBPluginFreeData(uintptr_t /*id*/, char* data) {
     producer.freeData(producer.context, data);
 }
 
+int32_t VKDBPluginGetFailure(const char** prefix, const char** cause) {
+    if (!tFailure.recorded) {
+        return 0;
+    }
+    if (prefix != nullptr) {
+        *prefix = tFailure.prefix.c_str();
+    }
+    if (cause != nullptr) {
+        *cause = tFailure.cause.c_str();
+    }
+    return 1;
+}
+
+void VKDBPluginClearFailure(void) {
+    tFailure = Failure{};
+}
+
 int32_t VKDBPluginInstallAgent(const char* prefix, VKDBAgentSendCmdFunc send,
                                VKDBAgentFreeDataFunc freeData, void* context) {
     if (prefix == nullptr || !IsValidPrefix(prefix) || send == nullptr || freeData == nullptr) {
@@ -232,7 +325,7 @@ int32_t VKDBPluginInstallAgent(const char* prefix, VKDBAgentSendCmdFunc send,
     try {
         Registry& reg = TheRegistry();
         std::lock_guard guard(reg.lock);
-        reg.installed.insert_or_assign(prefix, Agent{send, freeData, context});
+        reg.installed.insert_or_assign(prefix, Agent{send, freeData, context, nullptr, {}});
         return 0;
     } catch (const std::bad_alloc&) {
         return -1;

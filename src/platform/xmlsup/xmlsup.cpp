@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -81,6 +82,92 @@ DocPtr Parse(const char* xml, uint32_t len) {
         return nullptr;
     }
     return doc;
+}
+
+// What a content check has met: the first fault, and how deep it is (1 in
+// the element wrapped around the text).
+struct ContentCheck {
+    std::string fault;
+    int line = 0;
+    int depth = 0;
+    xmlParserCtxt* ctxt = nullptr;
+};
+
+void NoteFault(void* data, xmlErrorPtr error) {
+    auto* check = static_cast<ContentCheck*>(data);
+    if (error == nullptr || error->level != XML_ERR_FATAL || !check->fault.empty()) {
+        return;
+    }
+    check->fault = error->message != nullptr ? error->message : "not well-formed";
+    while (!check->fault.empty() && (check->fault.back() == '\n' || check->fault.back() == ' ')) {
+        check->fault.pop_back();
+    }
+    check->line = error->line;
+}
+
+void Opened(void* data, const xmlChar*, const xmlChar*, const xmlChar*, int, const xmlChar**, int,
+            int, const xmlChar**) {
+    ++static_cast<ContentCheck*>(data)->depth;
+}
+
+void Closed(void* data, const xmlChar*, const xmlChar*, const xmlChar*) {
+    --static_cast<ContentCheck*>(data)->depth;
+}
+
+// An answer is elements: text between them is white space only.
+void Text(void* data, const xmlChar* text, int len) {
+    auto* check = static_cast<ContentCheck*>(data);
+    if (check->depth != 1 || !check->fault.empty()) {
+        return;
+    }
+    for (int i = 0; i < len; ++i) {
+        if (text[i] != ' ' && text[i] != '\t' && text[i] != '\r' && text[i] != '\n') {
+            check->fault = "text outside any element";
+            check->line = check->ctxt->input != nullptr ? check->ctxt->input->line : 0;
+            xmlStopParser(check->ctxt);
+            return;
+        }
+    }
+}
+
+// Reads the text through as the content of one element, so that several
+// top-level elements are accepted and a declaration or a document type is
+// not. Nothing is built.
+bool IsWellFormedContent(const char* xml, size_t len, ContentCheck& check) {
+    InitLibrary();
+    QuietErrors quiet;
+    xmlSAXHandler sax{};
+    sax.initialized = XML_SAX2_MAGIC;
+    sax.serror = NoteFault;
+    sax.startElementNs = Opened;
+    sax.endElementNs = Closed;
+    sax.characters = Text;
+    sax.ignorableWhitespace = Text;
+    sax.cdataBlock = Text;
+    constexpr char kOpen[] = "<r>";
+    constexpr char kClose[] = "</r>";
+    std::unique_ptr<xmlParserCtxt, ParserCtxtFree> ctxt(
+        xmlCreatePushParserCtxt(&sax, &check, kOpen, sizeof kOpen - 1, nullptr));
+    if (!ctxt) {
+        throw std::bad_alloc();
+    }
+    check.ctxt = ctxt.get();
+    xmlCtxtUseOptions(ctxt.get(), XML_PARSE_NONET);
+    auto sound = [&] { return ctxt->wellFormed != 0 && check.fault.empty(); };
+    // small pieces: the parser refuses to look ahead over more than 10 MB
+    constexpr size_t kPiece = size_t{1} << 16;
+    for (size_t done = 0; done < len && sound();) {
+        const size_t piece = std::min(kPiece, len - done);
+        xmlParseChunk(ctxt.get(), xml + done, static_cast<int>(piece), 0);
+        done += piece;
+    }
+    if (sound()) {
+        xmlParseChunk(ctxt.get(), kClose, sizeof kClose - 1, 1);
+    }
+    if (!sound() && check.fault.empty()) {
+        check.fault = "not well-formed";
+    }
+    return sound();
 }
 
 bool NameIs(const xmlNode* node, const char* name) {
@@ -157,6 +244,37 @@ xmlNode* AsElement(void* handle) {
 }  // namespace
 
 extern "C" {
+
+int32_t XMLSupCheckContent(const char* xml, uint32_t len, char* why, uint32_t whySize) {
+    if (why != nullptr && whySize > 0) {
+        why[0] = '\0';
+    }
+    if (xml == nullptr) {
+        return XMLSUP_BAD_ARGS;
+    }
+    try {
+        ContentCheck check;
+        if (IsWellFormedContent(xml, len, check)) {
+            return XMLSUP_OK;
+        }
+        if (why != nullptr && whySize > 0) {
+            std::string text = check.fault;
+            if (check.line > 0) {
+                text += " (line " + std::to_string(check.line) + ")";
+            }
+            const size_t n = std::min<size_t>(text.size(), whySize - 1);
+            std::memcpy(why, text.data(), n);
+            why[n] = '\0';
+        }
+        return XMLSUP_BAD_XML;
+    } catch (const std::bad_alloc&) {
+        // Nothing could be read: the text is not known to be sound.
+        if (why != nullptr && whySize > 1) {
+            std::snprintf(why, whySize, "%s", "out of memory while reading the answer");
+        }
+        return XMLSUP_BAD_XML;
+    }
+}
 
 int32_t XMLSupGetXMLMemData(void* /*reserved0*/, const char* tag, uint32_t /*matchMode*/,
                             uint32_t occurrence, uint32_t /*valueType*/, uint32_t* pSize, char* out,

@@ -36,6 +36,16 @@ VK_XMLSUP_EXPORT int32_t XMLSupGetXMLMemData(void* reserved0, const char* tag, u
                                              uint32_t* pSize, char* out, void* reserved1,
                                              void* reserved2, const char* xml, uint32_t xmlLen);
 
+/* XMLSUP_OK when len bytes of xml are well-formed XML content as an agent
+ * answers it: any number of elements with nothing but white space between
+ * them, no declaration and no document type, read as the lookups here read
+ * it. Otherwise XMLSUP_BAD_XML
+ * (XMLSUP_BAD_ARGS for null text) with the parser's reason and line in why,
+ * cut to whySize - 1 bytes and terminated (why may be null). Nothing is
+ * built: the text is only read through. */
+VK_XMLSUP_EXPORT int32_t XMLSupCheckContent(const char* xml, uint32_t len, char* why,
+                                            uint32_t whySize);
+
 /* ---- simple DOM ---------------------------------------------------------
  * A root owns everything handed out from it: element handles, names and
  * values stay valid until SXDOMDestroy. */
