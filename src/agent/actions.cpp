@@ -40,20 +40,6 @@ bool singleBit(long long v) {
     return v > 0 && v <= 0xffffffffLL && (v & (v - 1)) == 0;
 }
 
-// A disk that may join a new virtual disk or become a spare, or why not.
-std::string whyNotFree(const Object& d) {
-    const uint32_t a = attrs(d);
-    if (d.num("ObjState") != state::kReady)
-        return "disk " + d.addr + " is not ready (state " + d.get("ObjState") + ")";
-    if (a & diskattr::kGlobalHotSpare) return "disk " + d.addr + " is a global hot spare";
-    if (a & diskattr::kDedicatedHotSpare) return "disk " + d.addr + " is a dedicated hot spare";
-    if (a & (diskattr::kVdMember | diskattr::kCacheCade) || !d.get("_vd").empty())
-        return "disk " + d.addr + " already belongs to a virtual disk";
-    if (d.num("Clearing") == 1) return "disk " + d.addr + " is being cleared";
-    if (d.num("ReplacingMember") == 1) return "disk " + d.addr + " is replacing a member";
-    return "";
-}
-
 void requireFree(W& w, const std::vector<int64_t>& list) {
     for (int64_t oid : list)
         if (std::string why = whyNotFree(*w.e.byOid(oid)); !why.empty()) w.notPossible(why);
@@ -195,11 +181,10 @@ long long freeVdNumber(const Estate& e, int64_t g) {
     return n;
 }
 
-void blink(W& w, int64_t oid, bool on) {
+void blink(W& w, int64_t oid, const vk::MethodBit& operation, bool on) {
+    if (!canNow(w.e, *w.e.byOid(oid), operation))
+        w.notPossible(label(*w.e.byOid(oid)) + " cannot blink in its state");
     Object& o = w.obj(oid);
-    if (o.num("ObjState") == state::kRemoved ||
-        (o.kind == kind::kVdisk && o.num("ObjState") == state::kFailed))
-        w.notPossible(label(o) + " cannot blink in its state");
     o.set("Blinking", on ? "1" : "0");
     w.reply(oid);
 }
@@ -210,7 +195,8 @@ bool present(const Object& d) {
 
 // Conversions and cache settings take a list of disks; without one they
 // apply to every disk of the controller that qualifies.
-std::vector<int64_t> diskSet(W& w, int64_t g, bool (*qualifies)(const Object&), const char* what) {
+std::vector<int64_t> diskSet(W& w, int64_t g, const std::function<bool(const Object&)>& qualifies,
+                             const char* what) {
     std::vector<int64_t> list = w.disks(g, "adisk", false);
     if (list.empty()) {
         for (const Object* d : w.e.of(kind::kDisk, g))
@@ -318,11 +304,14 @@ namespace {
 
 using actions::WriteRoute;
 
+constexpr auto kObjectRoutes = std::to_array<std::span<const WriteRoute> (*)()>(
+    {actions::controllerRoutes, actions::vdiskRoutes, actions::diskRoutes, actions::enclosureRoutes,
+     actions::batteryRoutes, actions::storageRoutes});
+
 const WriteRoute* writeRoute(std::string_view name) {
-    for (auto routes : {actions::controllerRoutes, actions::vdiskRoutes, actions::diskRoutes,
-                        actions::enclosureRoutes, actions::batteryRoutes, actions::storageRoutes})
+    for (auto routes : kObjectRoutes)
         for (const WriteRoute& r : routes())
-            if (r.name == name) return &r;
+            if (r.request.name() == name) return &r;
     return nullptr;
 }
 
@@ -330,6 +319,13 @@ const WriteRoute* writeRoute(std::string_view name) {
 
 bool isWriteRequest(std::string_view name) {
     return writeRoute(name) != nullptr;
+}
+
+std::vector<vk::RequestName> writeRequests() {
+    std::vector<vk::RequestName> all;
+    for (auto routes : kObjectRoutes)
+        for (const WriteRoute& r : routes()) all.push_back(r.request);
+    return all;
 }
 
 bool runWrite(const Request& req, Estate& e, int64_t now, const std::filesystem::path& dir,

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <initializer_list>
 #include <span>
 #include <string>
@@ -18,6 +19,7 @@
 #include "agent.h"
 #include "answer.h"
 #include "mechanics.h"
+#include "methods.h"
 
 namespace kvda::actions {
 
@@ -25,8 +27,6 @@ namespace fs = std::filesystem;
 
 inline constexpr long long kMiB = 1024LL * 1024;
 inline constexpr size_t kMaxDedicatedSpares = 16;
-inline constexpr uint32_t kCtrlProtectionInfo =
-    0x80000000;  // controller takes protection information
 
 // Alert numbers of configuration events.
 inline constexpr int kAlertConfig = 2090;
@@ -153,9 +153,12 @@ struct W {
 using Handler = void (*)(W&);
 
 struct WriteRoute {
-    std::string_view name;
+    vk::RequestName request;
     Handler handler;
 };
+
+using vk::vkacmd;
+namespace method = vk::method;
 
 // Each object's requests.
 std::span<const WriteRoute> controllerRoutes();
@@ -169,8 +172,6 @@ std::span<const WriteRoute> storageRoutes();
 uint32_t attrs(const Object& o);
 void setAttrs(Object& o, uint32_t a);
 bool singleBit(long long v);
-// A disk that may join a new virtual disk or become a spare, or why not.
-std::string whyNotFree(const Object& d);
 void requireFree(W& w, const std::vector<int64_t>& list);
 // All disks of one kind: media and protocol may not be mixed in one disk group.
 void requireSameKind(W& w, const std::vector<int64_t>& list, const Object* like);
@@ -190,11 +191,13 @@ std::string freeDeviceName(const Estate& e);
 // The lowest virtual-disk number not in use: controllers reuse the numbers
 // of deleted virtual disks.
 long long freeVdNumber(const Estate& e, int64_t g);
-void blink(W& w, int64_t oid, bool on);
+// Blinks (or stops blinking) an object that can do so now.
+void blink(W& w, int64_t oid, const vk::MethodBit& operation, bool on);
 bool present(const Object& d);
 // Conversions and cache settings take a list of disks; without one they
 // apply to every disk of the controller that qualifies.
-std::vector<int64_t> diskSet(W& w, int64_t g, bool (*qualifies)(const Object&), const char* what);
+std::vector<int64_t> diskSet(W& w, int64_t g, const std::function<bool(const Object&)>& qualifies,
+                             const char* what);
 // Export logs are written in the agent's own log directory, under a plain
 // file name: a request never chooses where the agent writes.
 void exportLog(W& w, const std::string& defaultName, const std::vector<std::string>& lines,

@@ -14,12 +14,12 @@ int64_t battery(W& w) {
     return w.numbered("BatteryID", kind::kBattery, g, "battery");
 }
 
-void learn(W& w, long long seconds, const char* what) {
+void learn(W& w, const vk::MethodBit& operation, long long seconds, const char* what) {
     const int64_t oid = battery(w);
+    if (!canNow(w.e, *w.e.byOid(oid), operation))
+        w.notPossible(label(*w.e.byOid(oid)) + " is not ready for a learn cycle (state " +
+                      w.e.byOid(oid)->get("ObjState") + ")");
     Object& b = w.obj(oid);
-    if (b.num("ObjState") != state::kReady || b.num("LearnState") != 0)
-        w.notPossible(label(b) + " is not ready for a learn cycle (state " + b.get("ObjState") +
-                      ")");
     b.set("LearnState", "1");
     b.set("ObjState", std::to_string(state::kLearning));
     startOp(b, op::kLearn, seconds);
@@ -28,11 +28,11 @@ void learn(W& w, long long seconds, const char* what) {
 }
 
 void setBatteryStartLearn(W& w) {
-    learn(w, 6 * 3600, "Learn cycle");
+    learn(w, method::battery::kStartLearn, 6 * 3600, "Learn cycle");
 }
 
 void setBatteryRecondition(W& w) {
-    learn(w, 8 * 3600, "Reconditioning");
+    learn(w, method::battery::kRecondition, 8 * 3600, "Reconditioning");
 }
 
 void setBatteryDelayLearn(W& w) {
@@ -41,8 +41,12 @@ void setBatteryDelayLearn(W& w) {
         w.fail(status::kMissingIdentifier, "setBatteryDelayLearn needs Days= or Hours=");
     const long long days = w.opt("Days") ? w.number("Days", 0, 7) : 0;
     const long long hours = w.opt("Hours") ? w.number("Hours", 0, 23) : 0;
+    if (!canNow(w.e, *w.e.byOid(oid), method::battery::kDelayLearn))
+        w.notPossible(label(*w.e.byOid(oid)) +
+                      (w.e.byOid(oid)->num("LearnMode") != 1
+                           ? " does not learn automatically"
+                           : " is not ready (state " + w.e.byOid(oid)->get("ObjState") + ")"));
     Object& b = w.obj(oid);
-    if (b.num("LearnMode") != 1) w.notPossible(label(b) + " does not learn automatically");
     const long long delay = days * 24 + hours;
     if (delay > b.num("MaxLearnDelay"))
         w.notPossible("a delay of " + std::to_string(delay) + " hours is beyond the largest of " +
@@ -60,10 +64,10 @@ void setBatteryLearnMode(W& w) {
 
 // clang-format off
 constexpr std::array kRoutes{
-    WriteRoute{"setBatteryRecondition",                       setBatteryRecondition},
-    WriteRoute{"setBatteryStartLearn",                        setBatteryStartLearn},
-    WriteRoute{"setBatteryDelayLearn",                        setBatteryDelayLearn},
-    WriteRoute{"setBatteryLearnMode",                         setBatteryLearnMode},
+    WriteRoute{vkacmd.setBatteryRecondition, setBatteryRecondition},
+    WriteRoute{vkacmd.setBatteryStartLearn,  setBatteryStartLearn},
+    WriteRoute{vkacmd.setBatteryDelayLearn,  setBatteryDelayLearn},
+    WriteRoute{vkacmd.setBatteryLearnMode,   setBatteryLearnMode},
 };
 // clang-format on
 

@@ -16,12 +16,17 @@ void createVdisk(W& w, bool cachecade) {
     const int64_t ctrlOid = w.raidCtrl().oid;
     const Object& c = *w.e.byOid(ctrlOid);
     const int64_t g = c.ctrl;
-    if (cachecade && !(attrs(c) & ctrlattr::kCacheCade))
-        w.notPossible("controller " + c.addr + " takes no cachecade disks");
-    if (static_cast<long long>(w.e.of(kind::kVdisk, g).size()) >= c.num("MaxVDAllowed"))
-        w.notPossible("controller " + c.addr +
-                      " already holds its largest number of virtual disks (" +
-                      c.get("MaxVDAllowed") + ")");
+    if (!canNow(
+            w.e, c,
+            cachecade ? method::controller::kCreateCachecade : method::controller::kCreateVdisk)) {
+        if (cachecade && !(attrs(c) & ctrlattr::kCacheCade))
+            w.notPossible("controller " + c.addr + " takes no cachecade disks");
+        if (static_cast<long long>(w.e.of(kind::kVdisk, g).size()) >= c.num("MaxVDAllowed"))
+            w.notPossible("controller " + c.addr +
+                          " already holds its largest number of virtual disks (" +
+                          c.get("MaxVDAllowed") + ")");
+        w.notPossible("controller " + c.addr + " has no ready disk that is free");
+    }
     const long long layout = cachecade ? raidlevel::kR0 : w.number("Layout", 1, 0xffffffffLL);
     const RaidLayout& rule = cachecade ? *findLayout(raidlevel::kR0) : layoutRule(w, c, layout);
     std::vector<int64_t> list = w.disks(g, "adisk", true);
@@ -67,7 +72,7 @@ void createVdisk(W& w, bool cachecade) {
     bool pi = false;
     if (const std::string* f = w.opt("VdPIEnabled")) {
         if (*f != "yes") w.badValue("bad VdPIEnabled '" + *f + "'; valid values: yes");
-        if (!(attrs(c) & kCtrlProtectionInfo))
+        if (!(attrs(c) & ctrlattr::kProtectionInfo))
             w.notPossible("controller " + c.addr + " does not take protection information");
         pi = true;
     }
@@ -159,9 +164,15 @@ void setCntrlRescan(W& w) {
     w.alert(label(c) + " rescanned");
 }
 
-void alarm(W& w, const char* tag, const char* value, const char* what) {
+void alarm(W& w, const vk::MethodBit& operation, const char* tag, const char* value,
+           const char* what) {
     Object& c = w.ctrl();
-    if (c.num("AlarmPresent") != 1) w.notPossible("controller " + c.addr + " has no alarm");
+    if (!canNow(w.e, c, operation))
+        w.notPossible("controller " + c.addr +
+                      (c.num("AlarmPresent") != 1
+                           ? std::string(" has no alarm")
+                           : ": the alarm cannot be " + std::string(what) + " while it is " +
+                                 (c.num("AlarmState") == 1 ? "enabled" : "disabled")));
     if (tag) c.set(tag, value);
     const int64_t oid = c.oid;
     w.alert(label(c) + ": alarm " + what);
@@ -169,19 +180,19 @@ void alarm(W& w, const char* tag, const char* value, const char* what) {
 }
 
 void setCntrlEnableAlarm(W& w) {
-    alarm(w, "AlarmState", "1", "enabled");
+    alarm(w, method::controller::kEnableAlarm, "AlarmState", "1", "enabled");
 }
 
 void setCntrlDisableAlarm(W& w) {
-    alarm(w, "AlarmState", "0", "disabled");
+    alarm(w, method::controller::kDisableAlarm, "AlarmState", "0", "disabled");
 }
 
 void setCntrlQuietAlarm(W& w) {
-    alarm(w, "AlarmQuieted", "1", "quieted");
+    alarm(w, method::controller::kQuietAlarm, "AlarmQuieted", "1", "quieted");
 }
 
 void setCntrlTestAlarm(W& w) {
-    alarm(w, nullptr, nullptr, "tested");
+    alarm(w, method::controller::kTestAlarm, nullptr, nullptr, "tested");
 }
 
 void rate(W& w, const char* tag, const char* pair) {
@@ -294,7 +305,7 @@ void setCntrlChangeProperties(W& w) {
 void setCntrlDiscardPinnedCache(W& w) {
     Object& c = w.raidCtrl();
     w.keyword("forcepinnedcachediscard", {"1", "2"});
-    if (c.num("PreservedCache") != 1)
+    if (!canNow(w.e, c, method::controller::kDiscardPreservedCache))
         w.notPossible("controller " + c.addr + " holds no preserved cache");
     c.set("PreservedCache", "0");
     w.reply(c.oid);
@@ -314,11 +325,11 @@ void setCntrlPatrolReadMode(W& w) {
 void setCntrlPatrolReadStart(W& w) {
     const int64_t oid = w.raidCtrl().oid;
     const Object& c = *w.e.byOid(oid);
-    if (c.num("PatrolReadMode") != 2)
-        w.notPossible("controller " + c.addr +
-                      " starts patrol reads itself; set the mode to manual first");
-    if (c.num("PatrolReadState") == 1)
-        w.notPossible("a patrol read is already running on controller " + c.addr);
+    if (!canNow(w.e, c, method::controller::kStartPatrolRead))
+        w.notPossible(c.num("PatrolReadMode") != 2
+                          ? "controller " + c.addr +
+                                " starts patrol reads itself; set the mode to manual first"
+                          : "a patrol read is already running on controller " + c.addr);
     long long largest = 0;
     for (const Object* d : w.e.of(kind::kDisk, c.ctrl))
         if (d->num("ObjState") == state::kOnline) largest = std::max(largest, mebibytes(*d));
@@ -332,7 +343,7 @@ void setCntrlPatrolReadStart(W& w) {
 
 void setCntrlPatrolReadStop(W& w) {
     Object& c = w.raidCtrl();
-    if (c.num("PatrolReadState") != 1)
+    if (!canNow(w.e, c, method::controller::kStopPatrolRead))
         w.notPossible("no patrol read is running on controller " + c.addr);
     c.set("PatrolReadState", "0");
     cancelOp(c);
@@ -389,13 +400,12 @@ void setCntrlChangeDriveCache(W& w) {
 
 void convert(W& w, bool toRaid) {
     const int64_t g = w.raidCtrl().ctrl;
-    auto list =
-        toRaid ? diskSet(
-                     w, g, [](const Object& d) { return d.num("ObjState") == state::kNonRaid; },
-                     "non-RAID")
-               : diskSet(
-                     w, g, [](const Object& d) { return whyNotFree(d).empty(); },
-                     "a ready unassigned disk");
+    // Each disk by the rule of its own conversion bit.
+    const vk::MethodBit& operation =
+        toRaid ? method::disk::kConvertNonRaidToRaid : method::disk::kConvertRaidToNonRaid;
+    auto list = diskSet(
+        w, g, [&](const Object& d) { return canNow(w.e, d, operation); },
+        toRaid ? "non-RAID" : "a ready unassigned disk");
     for (int64_t oid : list) {
         w.obj(oid).set("ObjState", std::to_string(toRaid ? state::kReady : state::kNonRaid));
         w.reply(oid);
@@ -497,7 +507,7 @@ void passphrase(W& w, std::string_view key) {
 void setCntrlSecurityKey(W& w) {
     const int64_t oid = w.raidCtrl().oid;
     const Object& c = *w.e.byOid(oid);
-    if (!(attrs(c) & ctrlattr::kKeyManagement))
+    if (!canNow(w.e, c, method::controller::kSecurityKey))
         w.notPossible("controller " + c.addr + " does not manage security keys");
     const long long mode = c.num("SecurityMode");
     const std::string rekey = w.keyword("RekeyFlag", {"1", "2"}, false);
@@ -580,35 +590,35 @@ void setCntrlUnlockForeignDrives(W& w) {
 
 // clang-format off
 constexpr std::array kRoutes{
-    WriteRoute{"setCntrlRescan",                              setCntrlRescan},
-    WriteRoute{"setCntrlResetConfig",                         setCntrlResetConfig},
-    WriteRoute{"setCntrlEnableAlarm",                         setCntrlEnableAlarm},
-    WriteRoute{"setCntrlDisableAlarm",                        setCntrlDisableAlarm},
-    WriteRoute{"setCntrlQuietAlarm",                          setCntrlQuietAlarm},
-    WriteRoute{"setCntrlTestAlarm",                           setCntrlTestAlarm},
-    WriteRoute{"setCntrlExportLog",                           setCntrlExportLog},
-    WriteRoute{"setCntrlRebuildRate",                         setCntrlRebuildRate},
-    WriteRoute{"setCntrlBGIRate",                             setCntrlBGIRate},
-    WriteRoute{"setCntrlCheckConsistencyRate",                setCntrlCheckConsistencyRate},
-    WriteRoute{"setCntrlReconstructRate",                     setCntrlReconstructRate},
-    WriteRoute{"setCntrlPatrolReadRate",                      setCntrlPatrolReadRate},
-    WriteRoute{"setCntrlClearForeignConfig",                  setCntrlClearForeignConfig},
-    WriteRoute{"setCntrlImportForeignConfig",                 setCntrlImportForeignConfig},
-    WriteRoute{"setCntrlForcedImportForeignConfig",           setCntrlForcedImportForeignConfig},
-    WriteRoute{"setCntrlPatrolReadStop",                      setCntrlPatrolReadStop},
-    WriteRoute{"setCntrlPatrolReadStart",                     setCntrlPatrolReadStart},
-    WriteRoute{"setCntrlPatrolReadMode",                      setCntrlPatrolReadMode},
-    WriteRoute{"setCntrlMode",                                setCntrlMode},
-    WriteRoute{"setCntrlAutoConfig",                          setCntrlAutoConfig},
-    WriteRoute{"setCntrlCreateVD",                            setCntrlCreateVD},
-    WriteRoute{"setCntrlCreateEnhancedCache",                 setCntrlCreateEnhancedCache},
-    WriteRoute{"setCntrlChangeProperties",                    setCntrlChangeProperties},
-    WriteRoute{"setCntrlDiscardPinnedCache",                  setCntrlDiscardPinnedCache},
-    WriteRoute{"setCntrlSecurityKey",                         setCntrlSecurityKey},
-    WriteRoute{"setCntrlChangeDriveCache",                    setCntrlChangeDriveCache},
-    WriteRoute{"setCntrlUnlockForeignDrives",                 setCntrlUnlockForeignDrives},
-    WriteRoute{"convertNonRAIDtoRAID",                        convertNonRAIDtoRAID},
-    WriteRoute{"convertRAIDtoNonRAID",                        convertRAIDtoNonRAID},
+    WriteRoute{vkacmd.setCntrlRescan,                    setCntrlRescan},
+    WriteRoute{vkacmd.setCntrlResetConfig,               setCntrlResetConfig},
+    WriteRoute{vkacmd.setCntrlEnableAlarm,               setCntrlEnableAlarm},
+    WriteRoute{vkacmd.setCntrlDisableAlarm,              setCntrlDisableAlarm},
+    WriteRoute{vkacmd.setCntrlQuietAlarm,                setCntrlQuietAlarm},
+    WriteRoute{vkacmd.setCntrlTestAlarm,                 setCntrlTestAlarm},
+    WriteRoute{vkacmd.setCntrlExportLog,                 setCntrlExportLog},
+    WriteRoute{vkacmd.setCntrlRebuildRate,               setCntrlRebuildRate},
+    WriteRoute{vkacmd.setCntrlBGIRate,                   setCntrlBGIRate},
+    WriteRoute{vkacmd.setCntrlCheckConsistencyRate,      setCntrlCheckConsistencyRate},
+    WriteRoute{vkacmd.setCntrlReconstructRate,           setCntrlReconstructRate},
+    WriteRoute{vkacmd.setCntrlPatrolReadRate,            setCntrlPatrolReadRate},
+    WriteRoute{vkacmd.setCntrlClearForeignConfig,        setCntrlClearForeignConfig},
+    WriteRoute{vkacmd.setCntrlImportForeignConfig,       setCntrlImportForeignConfig},
+    WriteRoute{vkacmd.setCntrlForcedImportForeignConfig, setCntrlForcedImportForeignConfig},
+    WriteRoute{vkacmd.setCntrlPatrolReadStop,            setCntrlPatrolReadStop},
+    WriteRoute{vkacmd.setCntrlPatrolReadStart,           setCntrlPatrolReadStart},
+    WriteRoute{vkacmd.setCntrlPatrolReadMode,            setCntrlPatrolReadMode},
+    WriteRoute{vkacmd.setCntrlMode,                      setCntrlMode},
+    WriteRoute{vkacmd.setCntrlAutoConfig,                setCntrlAutoConfig},
+    WriteRoute{vkacmd.setCntrlCreateVD,                  setCntrlCreateVD},
+    WriteRoute{vkacmd.setCntrlCreateEnhancedCache,       setCntrlCreateEnhancedCache},
+    WriteRoute{vkacmd.setCntrlChangeProperties,          setCntrlChangeProperties},
+    WriteRoute{vkacmd.setCntrlDiscardPinnedCache,        setCntrlDiscardPinnedCache},
+    WriteRoute{vkacmd.setCntrlSecurityKey,               setCntrlSecurityKey},
+    WriteRoute{vkacmd.setCntrlChangeDriveCache,          setCntrlChangeDriveCache},
+    WriteRoute{vkacmd.setCntrlUnlockForeignDrives,       setCntrlUnlockForeignDrives},
+    WriteRoute{vkacmd.convertNonRAIDtoRAID,              convertNonRAIDtoRAID},
+    WriteRoute{vkacmd.convertRAIDtoNonRAID,              convertRAIDtoNonRAID},
 };
 // clang-format on
 

@@ -13,12 +13,12 @@ namespace {
 
 void setArrayDiskBlink(W& w) {
     int64_t g = w.ctrlNo();
-    blink(w, w.disk(g, "adisk"), true);
+    blink(w, w.disk(g, "adisk"), method::disk::kBlink, true);
 }
 
 void setArrayDiskUnBlink(W& w) {
     int64_t g = w.ctrlNo();
-    blink(w, w.disk(g, "adisk"), false);
+    blink(w, w.disk(g, "adisk"), method::disk::kUnblink, false);
 }
 
 int64_t raidDisk(W& w, std::string_view key = "adisk") {
@@ -26,18 +26,19 @@ int64_t raidDisk(W& w, std::string_view key = "adisk") {
     return w.disk(g, key);
 }
 
-void requireDiskState(W& w, int64_t oid, std::initializer_list<int> states, const char* what) {
+// Refuses unless the disk can carry out the operation now; `what` names the
+// states that would allow it.
+void requireDiskNow(W& w, int64_t oid, const vk::MethodBit& operation, const char* what) {
     const Object& d = *w.e.byOid(oid);
-    if (std::find(states.begin(), states.end(), d.num("ObjState")) == states.end())
+    if (!canNow(w.e, d, operation))
         w.notPossible("disk " + d.addr + " is not " + what + " (state " + d.get("ObjState") + ")");
 }
 
 void setArrayDiskPrepareToRemove(W& w) {
     const int64_t oid = w.disk(w.ctrlNo(), "adisk");
-    requireDiskState(w, oid, {state::kReady, state::kFailed, state::kOffline, state::kNonRaid},
-                     "ready, failed, offline or non-RAID");
     if (attrs(*w.e.byOid(oid)) & (diskattr::kGlobalHotSpare | diskattr::kDedicatedHotSpare))
         w.notPossible("disk " + w.e.byOid(oid)->addr + " is a hot spare; unassign it first");
+    requireDiskNow(w, oid, method::disk::kRemove, "ready, failed, offline or non-RAID");
     Object& d = w.obj(oid);
     d.set("ObjState", std::to_string(state::kRemoved));
     const std::string vd = d.get("_vd");
@@ -48,7 +49,8 @@ void setArrayDiskPrepareToRemove(W& w) {
 
 void setArrayDiskInitialize(W& w) {
     const int64_t oid = raidDisk(w);
-    if (std::string why = whyNotFree(*w.e.byOid(oid)); !why.empty()) w.notPossible(why);
+    if (!canNow(w.e, *w.e.byOid(oid), method::disk::kInitialize))
+        w.notPossible(whyNotFree(*w.e.byOid(oid)));
     w.alert(label(*w.e.byOid(oid)) + " initialized");
     w.reply(oid);
 }
@@ -63,9 +65,9 @@ int64_t vdiskOf(W& w, const Object& d) {
 void setArrayDiskRebuild(W& w) {
     const int64_t oid = raidDisk(w);
     const int64_t vd = vdiskOf(w, *w.e.byOid(oid));
-    requireDiskState(w, oid, {state::kFailed, state::kOffline}, "failed or offline");
     if (w.e.byOid(vd)->num("ObjState") == state::kFailed)
         w.notPossible(label(*w.e.byOid(vd)) + " has failed: there is no data to rebuild from");
+    requireDiskNow(w, oid, method::disk::kRebuild, "failed or offline");
     Object& x = w.obj(oid);
     x.set("ObjState", std::to_string(state::kRebuilding));
     startOp(x, op::kRebuild, mebibytes(x));
@@ -77,7 +79,7 @@ void setArrayDiskRebuild(W& w) {
 
 void setArrayDiskCancelRebuild(W& w) {
     const int64_t oid = raidDisk(w);
-    requireDiskState(w, oid, {state::kRebuilding}, "rebuilding");
+    requireDiskNow(w, oid, method::disk::kCancelRebuild, "rebuilding");
     Object& d = w.obj(oid);
     cancelOp(d);
     d.set("ObjState", std::to_string(state::kFailed));
@@ -90,9 +92,9 @@ void setArrayDiskCancelRebuild(W& w) {
 
 void setArrayDiskCancelCopyback(W& w) {
     const int64_t oid = raidDisk(w);
+    if (!canNow(w.e, *w.e.byOid(oid), method::disk::kCancelReplaceMember))
+        w.notPossible("disk " + w.e.byOid(oid)->addr + " is not replacing a member");
     Object& d = w.obj(oid);
-    if (d.num("ReplacingMember") != 1)
-        w.notPossible("disk " + d.addr + " is not replacing a member");
     cancelOp(d);
     d.set("ReplacingMember", "0");
     d.erase("_copyfrom");
@@ -103,7 +105,7 @@ void setArrayDiskCancelCopyback(W& w) {
 
 void setArrayDiskOffline(W& w) {
     const int64_t oid = raidDisk(w);
-    requireDiskState(w, oid, {state::kOnline}, "online");
+    requireDiskNow(w, oid, method::disk::kOffline, "online");
     const int64_t vd = vdiskOf(w, *w.e.byOid(oid));
     w.obj(oid).set("ObjState", std::to_string(state::kOffline));
     refreshVdisk(w.e, w.now, vd);
@@ -116,7 +118,7 @@ void setArrayDiskOffline(W& w) {
 
 void setArrayDiskOnline(W& w) {
     const int64_t oid = raidDisk(w);
-    requireDiskState(w, oid, {state::kOffline}, "offline");
+    requireDiskNow(w, oid, method::disk::kOnline, "offline");
     Object& d = w.obj(oid);
     d.set("ObjState", std::to_string(state::kOnline));
     const std::string vd = d.get("_vd");
@@ -129,7 +131,7 @@ void setArrayDiskOnline(W& w) {
 
 void setArrayDiskRemoveDeadSegments(W& w) {
     const int64_t oid = raidDisk(w);
-    requireDiskState(w, oid, {state::kReady, state::kOnline}, "ready or online");
+    requireDiskNow(w, oid, method::disk::kRemoveDeadSegments, "ready or online");
     w.alert("Dead segments removed on " + label(*w.e.byOid(oid)));
     w.reply(oid);
 }
@@ -137,15 +139,17 @@ void setArrayDiskRemoveDeadSegments(W& w) {
 void setArrayDiskGlobalHotSpare(W& w) {
     const int64_t oid = raidDisk(w);
     const std::string set = w.keyword("set", {"yes", "no"});
-    Object& d = w.obj(oid);
     if (set == "no") {
-        if (!(attrs(d) & diskattr::kGlobalHotSpare))
-            w.notPossible("disk " + d.addr + " is not a global hot spare");
+        if (!canNow(w.e, *w.e.byOid(oid), method::disk::kUnassignGlobalHotSpare))
+            w.notPossible("disk " + w.e.byOid(oid)->addr + " is not a global hot spare");
+        Object& d = w.obj(oid);
         setAttrs(d, attrs(d) & ~diskattr::kGlobalHotSpare);
         w.reply(oid);
         return;
     }
-    if (std::string why = whyNotFree(d); !why.empty()) w.notPossible(why);
+    if (!canNow(w.e, *w.e.byOid(oid), method::disk::kAssignGlobalHotSpare))
+        w.notPossible(whyNotFree(*w.e.byOid(oid)));
+    Object& d = w.obj(oid);
     setAttrs(d, attrs(d) | diskattr::kGlobalHotSpare);
     w.reply(oid);
     useNewSpare(w.e, w.now, oid);
@@ -153,7 +157,8 @@ void setArrayDiskGlobalHotSpare(W& w) {
 
 void setArrayDiskClear(W& w) {
     const int64_t oid = raidDisk(w);
-    if (std::string why = whyNotFree(*w.e.byOid(oid)); !why.empty()) w.notPossible(why);
+    if (!canNow(w.e, *w.e.byOid(oid), method::disk::kClear))
+        w.notPossible(whyNotFree(*w.e.byOid(oid)));
     Object& d = w.obj(oid);
     d.set("Clearing", "1");
     startOp(d, op::kClear, mebibytes(d));
@@ -163,8 +168,9 @@ void setArrayDiskClear(W& w) {
 
 void setArrayDiskCancelClear(W& w) {
     const int64_t oid = raidDisk(w);
+    if (!canNow(w.e, *w.e.byOid(oid), method::disk::kCancelClear))
+        w.notPossible("disk " + w.e.byOid(oid)->addr + " is not being cleared");
     Object& d = w.obj(oid);
-    if (d.num("Clearing") != 1) w.notPossible("disk " + d.addr + " is not being cleared");
     d.set("Clearing", "0");
     cancelOp(d);
     w.alert("Clear cancelled on " + label(d));
@@ -183,12 +189,14 @@ int64_t diskOrAdapter(W& w) {
 void setArrayDiskSecureErase(W& w) {
     const int64_t oid = diskOrAdapter(w);
     const Object& d = *w.e.byOid(oid);
-    if (d.num("ISECapable") != 1) w.notPossible(label(d) + " cannot be erased cryptographically");
-    if (d.kind == kind::kDisk)
-        requireDiskState(w, oid, {state::kReady, state::kNonRaid, state::kForeign},
-                         "ready, non-RAID or foreign");
-    if (d.kind == kind::kDisk && !whyNotFree(d).empty() && d.num("ObjState") == state::kReady)
-        w.notPossible(whyNotFree(d));
+    const bool disk = d.kind == kind::kDisk;
+    if (!canNow(w.e, d, disk ? method::disk::kSecureErase : method::nvme::kCryptographicErase)) {
+        if (d.num("ISECapable") != 1)
+            w.notPossible(label(d) + " cannot be erased cryptographically");
+        if (d.num("ObjState") == state::kReady) w.notPossible(whyNotFree(d));
+        w.notPossible("disk " + d.addr + " is not ready, non-RAID or foreign (state " +
+                      d.get("ObjState") + ")");
+    }
     Object& x = w.obj(oid);
     x.set("Locked", "0");
     if (x.num("ObjState") == state::kForeign) x.set("ObjState", std::to_string(state::kReady));
@@ -224,8 +232,11 @@ void setarraydiskcache(W& w) {
 void exportDiskReliabilityLog(W& w) {
     const int64_t oid = diskOrAdapter(w);
     const Object& d = *w.e.byOid(oid);
-    if (d.kind == kind::kDisk && d.num("MediaType") != media::kSsd)
-        w.notPossible("disk " + d.addr + " keeps no reliability log (not a solid-state disk)");
+    if (!canNow(w.e, d,
+                d.kind == kind::kDisk ? method::disk::kExportLog : method::nvme::kExportLog))
+        w.notPossible(d.num("MediaType") != media::kSsd
+                          ? "disk " + d.addr + " keeps no reliability log (not a solid-state disk)"
+                          : label(d) + " is not present");
     std::vector<std::string> lines{"Reliability log of " + label(d), "Time: " + formatClock(w.now)};
     for (const auto& [k, v] : d.props)
         if (!k.starts_with('_')) lines.push_back(k + ": " + v);
@@ -253,10 +264,11 @@ void poolLength(W& w, long long delta) {
 
 void setArrayDiskAddToCachePool(W& w) {
     const int64_t oid = pcieDevice(w);
+    if (!canNow(w.e, *w.e.byOid(oid), method::disk::kAddToCachePool))
+        w.notPossible(w.e.byOid(oid)->num("InCachePool") == 1
+                          ? "disk " + w.e.byOid(oid)->addr + " is already in the cache pool"
+                          : whyNotFree(*w.e.byOid(oid)));
     Object& d = w.obj(oid);
-    if (d.num("InCachePool") == 1)
-        w.notPossible("disk " + d.addr + " is already in the cache pool");
-    if (std::string why = whyNotFree(d); !why.empty()) w.notPossible(why);
     d.set("InCachePool", "1");
     const long long len = d.num("Length");
     w.reply(oid);
@@ -265,8 +277,9 @@ void setArrayDiskAddToCachePool(W& w) {
 
 void setArrayDiskRemoveFromCachePool(W& w) {
     const int64_t oid = pcieDevice(w);
+    if (!canNow(w.e, *w.e.byOid(oid), method::disk::kRemoveFromCachePool))
+        w.notPossible("disk " + w.e.byOid(oid)->addr + " is not in the cache pool");
     Object& d = w.obj(oid);
-    if (d.num("InCachePool") != 1) w.notPossible("disk " + d.addr + " is not in the cache pool");
     d.set("InCachePool", "0");
     const long long len = d.num("Length");
     w.reply(oid);
@@ -275,36 +288,36 @@ void setArrayDiskRemoveFromCachePool(W& w) {
 
 void setArrayDiskReactivateCachePool(W& w) {
     const int64_t oid = pcieDevice(w);
+    if (!canNow(w.e, *w.e.byOid(oid), method::disk::kReactivate))
+        w.notPossible("disk " + w.e.byOid(oid)->addr + " is not a failed member of the cache pool");
     Object& d = w.obj(oid);
-    if (d.num("InCachePool") != 1 || d.num("ObjState") != state::kFailed)
-        w.notPossible("disk " + d.addr + " is not a failed member of the cache pool");
     d.set("ObjState", std::to_string(state::kReady));
     w.reply(oid);
 }
 
 // clang-format off
 constexpr std::array kRoutes{
-    WriteRoute{"setArrayDiskBlink",                           setArrayDiskBlink},
-    WriteRoute{"setArrayDiskUnBlink",                         setArrayDiskUnBlink},
-    WriteRoute{"setArrayDiskPrepareToRemove",                 setArrayDiskPrepareToRemove},
-    WriteRoute{"setArrayDiskInitialize",                      setArrayDiskInitialize},
-    WriteRoute{"setArrayDiskRebuild",                         setArrayDiskRebuild},
-    WriteRoute{"setArrayDiskCancelRebuild",                   setArrayDiskCancelRebuild},
-    WriteRoute{"setArrayDiskCancelCopyback",                  setArrayDiskCancelCopyback},
-    WriteRoute{"setArrayDiskOffline",                         setArrayDiskOffline},
-    WriteRoute{"setArrayDiskRemoveDeadSegments",              setArrayDiskRemoveDeadSegments},
-    WriteRoute{"setArrayDiskOnline",                          setArrayDiskOnline},
-    WriteRoute{"setArrayDiskGlobalHotSpare",                  setArrayDiskGlobalHotSpare},
-    WriteRoute{"setArrayDiskClear",                           setArrayDiskClear},
-    WriteRoute{"setArrayDiskCancelClear",                     setArrayDiskCancelClear},
-    WriteRoute{"setArrayDiskSecureErase",                     setArrayDiskSecureErase},
-    WriteRoute{"enableArrayDiskWriteCache",                   enableArrayDiskWriteCache},
-    WriteRoute{"disableArrayDiskWriteCache",                  disableArrayDiskWriteCache},
-    WriteRoute{"setarraydiskcache",                           setarraydiskcache},
-    WriteRoute{"exportDiskReliabilityLog",                    exportDiskReliabilityLog},
-    WriteRoute{"setArrayDiskAddToCachePool",                  setArrayDiskAddToCachePool},
-    WriteRoute{"setArrayDiskRemoveFromCachePool",             setArrayDiskRemoveFromCachePool},
-    WriteRoute{"setArrayDiskReactivateCachePool",             setArrayDiskReactivateCachePool},
+    WriteRoute{vkacmd.setArrayDiskBlink,               setArrayDiskBlink},
+    WriteRoute{vkacmd.setArrayDiskUnBlink,             setArrayDiskUnBlink},
+    WriteRoute{vkacmd.setArrayDiskPrepareToRemove,     setArrayDiskPrepareToRemove},
+    WriteRoute{vkacmd.setArrayDiskInitialize,          setArrayDiskInitialize},
+    WriteRoute{vkacmd.setArrayDiskRebuild,             setArrayDiskRebuild},
+    WriteRoute{vkacmd.setArrayDiskCancelRebuild,       setArrayDiskCancelRebuild},
+    WriteRoute{vkacmd.setArrayDiskCancelCopyback,      setArrayDiskCancelCopyback},
+    WriteRoute{vkacmd.setArrayDiskOffline,             setArrayDiskOffline},
+    WriteRoute{vkacmd.setArrayDiskRemoveDeadSegments,  setArrayDiskRemoveDeadSegments},
+    WriteRoute{vkacmd.setArrayDiskOnline,              setArrayDiskOnline},
+    WriteRoute{vkacmd.setArrayDiskGlobalHotSpare,      setArrayDiskGlobalHotSpare},
+    WriteRoute{vkacmd.setArrayDiskClear,               setArrayDiskClear},
+    WriteRoute{vkacmd.setArrayDiskCancelClear,         setArrayDiskCancelClear},
+    WriteRoute{vkacmd.setArrayDiskSecureErase,         setArrayDiskSecureErase},
+    WriteRoute{vkacmd.enableArrayDiskWriteCache,       enableArrayDiskWriteCache},
+    WriteRoute{vkacmd.disableArrayDiskWriteCache,      disableArrayDiskWriteCache},
+    WriteRoute{vkacmd.setarraydiskcache,               setarraydiskcache},
+    WriteRoute{vkacmd.exportDiskReliabilityLog,        exportDiskReliabilityLog},
+    WriteRoute{vkacmd.setArrayDiskAddToCachePool,      setArrayDiskAddToCachePool},
+    WriteRoute{vkacmd.setArrayDiskRemoveFromCachePool, setArrayDiskRemoveFromCachePool},
+    WriteRoute{vkacmd.setArrayDiskReactivateCachePool, setArrayDiskReactivateCachePool},
 };
 // clang-format on
 

@@ -15,27 +15,31 @@ int64_t enclosure(W& w) {
     return w.find(kind::kEnclosure, g, w.need("Enclosure"), "enclosure");
 }
 
-void enclosureAlarm(W& w, const char* value) {
-    Object& e = w.obj(enclosure(w));
-    if (e.num("AlarmPresent") != 1) w.notPossible(label(e) + " has no alarm");
-    e.set("AlarmState", value);
-    w.reply(e.oid);
+void enclosureAlarm(W& w, const vk::MethodBit& operation, bool on) {
+    const int64_t oid = enclosure(w);
+    const Object& e = *w.e.byOid(oid);
+    if (!canNow(w.e, e, operation))
+        w.notPossible(label(e) + (e.num("AlarmPresent") != 1 ? " has no alarm"
+                                  : on                       ? ": the alarm is already enabled"
+                                                             : ": the alarm is already disabled"));
+    w.obj(oid).set("AlarmState", on ? "1" : "0");
+    w.reply(oid);
 }
 
 void setEnclosureEnableAlarm(W& w) {
-    enclosureAlarm(w, "1");
+    enclosureAlarm(w, method::enclosure::kEnableAlarm, true);
 }
 
 void setEnclosureDisableAlarm(W& w) {
-    enclosureAlarm(w, "0");
+    enclosureAlarm(w, method::enclosure::kDisableAlarm, false);
 }
 
 void setEnclosureBlink(W& w) {
-    blink(w, enclosure(w), true);
+    blink(w, enclosure(w), method::enclosure::kBlink, true);
 }
 
 void setEnclosureUnBlink(W& w) {
-    blink(w, enclosure(w), false);
+    blink(w, enclosure(w), method::enclosure::kUnblink, false);
 }
 
 void enclosureText(W& w, const char* tag, const char* limitTag, long long fixedLimit,
@@ -75,8 +79,9 @@ void setEnclosureAssetName(W& w) {
 
 void probes(W& w, bool reset) {
     const int64_t oid = enclosure(w);
+    if (!canNow(w.e, *w.e.byOid(oid), method::enclosure::kAllTempProbes))
+        w.notPossible(label(*w.e.byOid(oid)) + " has no temperature probes");
     auto list = w.e.children(kind::kProbe, oid);
-    if (list.empty()) w.notPossible(label(*w.e.byOid(oid)) + " has no temperature probes");
     long long lo = reset ? 5 : w.number("MinWarning", 0, 255);
     long long hi = reset ? 45 : w.number("MaxWarning", 0, 255);
     for (const Object* p : list) {
@@ -108,15 +113,15 @@ void setEnclosureResetTempProbes(W& w) {
 
 // clang-format off
 constexpr std::array kRoutes{
-    WriteRoute{"setEnclosureEnableAlarm",                     setEnclosureEnableAlarm},
-    WriteRoute{"setEnclosureDisableAlarm",                    setEnclosureDisableAlarm},
-    WriteRoute{"setEnclosureBlink",                           setEnclosureBlink},
-    WriteRoute{"setEnclosureUnBlink",                         setEnclosureUnBlink},
-    WriteRoute{"setEnclosureServiceTag",                      setEnclosureServiceTag},
-    WriteRoute{"setEnclosureAssetTag",                        setEnclosureAssetTag},
-    WriteRoute{"setEnclosureAssetName",                       setEnclosureAssetName},
-    WriteRoute{"setEnclosureTempProbes",                      setEnclosureTempProbes},
-    WriteRoute{"setEnclosureResetTempProbes",                 setEnclosureResetTempProbes},
+    WriteRoute{vkacmd.setEnclosureEnableAlarm,     setEnclosureEnableAlarm},
+    WriteRoute{vkacmd.setEnclosureDisableAlarm,    setEnclosureDisableAlarm},
+    WriteRoute{vkacmd.setEnclosureBlink,           setEnclosureBlink},
+    WriteRoute{vkacmd.setEnclosureUnBlink,         setEnclosureUnBlink},
+    WriteRoute{vkacmd.setEnclosureServiceTag,      setEnclosureServiceTag},
+    WriteRoute{vkacmd.setEnclosureAssetTag,        setEnclosureAssetTag},
+    WriteRoute{vkacmd.setEnclosureAssetName,       setEnclosureAssetName},
+    WriteRoute{vkacmd.setEnclosureTempProbes,      setEnclosureTempProbes},
+    WriteRoute{vkacmd.setEnclosureResetTempProbes, setEnclosureResetTempProbes},
 };
 // clang-format on
 

@@ -105,15 +105,15 @@ void setChnlRescan(W& w) {
 
 // clang-format off
 constexpr std::array kRoutes{
-    WriteRoute{"setCntrlGlobalRescan",                        setCntrlGlobalRescan},
-    WriteRoute{"setTarnCacheDiskOperation",                   setTarnCacheDiskOperation},
-    WriteRoute{"setTarnCacheRefresh",                         setTarnCacheRefresh},
-    WriteRoute{"setChnlRescan",                               setChnlRescan},
-    WriteRoute{"setEnclosureEnableSTS",                       setEnclosureEnableSTS},
-    WriteRoute{"setEnclosureDisableSTS",                      setEnclosureDisableSTS},
-    WriteRoute{"setnonzorncertifiedmode",                     setnonzorncertifiedmode},
-    WriteRoute{"setProtectionPolicies",                       setProtectionPolicies},
-    WriteRoute{"setRemainingRatedWriteEnduranceThreshold",    setRemainingRatedWriteEnduranceThreshold},
+    WriteRoute{vkacmd.setCntrlGlobalRescan,                     setCntrlGlobalRescan},
+    WriteRoute{vkacmd.setTarnCacheDiskOperation,                setTarnCacheDiskOperation},
+    WriteRoute{vkacmd.setTarnCacheRefresh,                      setTarnCacheRefresh},
+    WriteRoute{vkacmd.setChnlRescan,                            setChnlRescan},
+    WriteRoute{vkacmd.setEnclosureEnableSTS,                    setEnclosureEnableSTS},
+    WriteRoute{vkacmd.setEnclosureDisableSTS,                   setEnclosureDisableSTS},
+    WriteRoute{vkacmd.setnonzorncertifiedmode,                  setnonzorncertifiedmode},
+    WriteRoute{vkacmd.setProtectionPolicies,                    setProtectionPolicies},
+    WriteRoute{vkacmd.setRemainingRatedWriteEnduranceThreshold, setRemainingRatedWriteEnduranceThreshold},
 };
 // clang-format on
 

@@ -68,37 +68,31 @@ int64_t readyVdisk(W& w, int64_t& g) {
     return vd;
 }
 
-void requireVdState(W& w, int64_t vdOid, bool readyOnly) {
+// Refuses unless the virtual disk can carry out the operation now, saying
+// why not: its state, another operation running, or no redundancy.
+void requireVdNow(W& w, int64_t vdOid, const vk::MethodBit& operation) {
     const Object& vd = *w.e.byOid(vdOid);
+    if (canNow(w.e, vd, operation)) return;
     const long long st = vd.num("ObjState");
-    if (readyOnly ? st != state::kReady : st == state::kFailed)
+    if (st != state::kReady)
         w.notPossible(label(vd) + " is " +
                       (st == state::kFailed       ? "failed"
                        : st == state::kDegraded   ? "degraded"
                        : st == state::kRebuilding ? "rebuilding"
                                                   : "not ready"));
+    if (busy(vd))
+        w.notPossible(label(vd) + " is busy with another operation (" + vd.get("_op") + ", " +
+                      vd.get("Progress") + "%)");
+    if (!redundant(vd)) w.notPossible(label(vd) + " has no redundancy for that");
+    w.notPossible(label(vd) + " cannot do that in its state");
 }
 
-void requireIdle(W& w, int64_t oid) {
-    const Object& o = *w.e.byOid(oid);
-    if (o.find("_op"))
-        w.notPossible(label(o) + " is busy with another operation (" + o.get("_op") + ", " +
-                      o.get("Progress") + "%)");
-}
-
-bool redundant(const Object& vd) {
-    return vd.num("Layout") != 1 && vd.num("Layout") != 2 && vd.num("IsSSC") != 1;
-}
-
-void vdOperation(W& w, std::string_view name, std::string_view stateTag, const char* value,
-                 const char* what) {
+void vdOperation(W& w, const vk::MethodBit& operation, std::string_view name,
+                 std::string_view stateTag, const char* value, const char* what) {
     int64_t g = 0;
     const int64_t vdOid = readyVdisk(w, g);
-    requireVdState(w, vdOid, true);
-    requireIdle(w, vdOid);
+    requireVdNow(w, vdOid, operation);
     const Object& vd = *w.e.byOid(vdOid);
-    if (name == op::kCheck && !redundant(vd))
-        w.notPossible(label(vd) + " has no redundancy to check");
     const long long work = smallestLength(w.e, memberOids(vd)) / kMiB;
     Object& v = w.obj(vdOid);
     v.set(stateTag, value);
@@ -108,32 +102,33 @@ void vdOperation(W& w, std::string_view name, std::string_view stateTag, const c
 }
 
 void setVDCheckConsistency(W& w) {
-    vdOperation(w, op::kCheck, "CCState", "1", "Check consistency");
+    vdOperation(w, method::vdisk::kCheckConsistency, op::kCheck, "CCState", "1",
+                "Check consistency");
 }
 
 void setVDInitialize(W& w) {
-    vdOperation(w, op::kInit, "InitState", "1", "Initialization");
+    vdOperation(w, method::vdisk::kInitialize, op::kInit, "InitState", "1", "Initialization");
+}
+
+void setVDSlowInitialize(W& w) {
+    vdOperation(w, method::vdisk::kSlowInit, op::kInit, "InitState", "1", "Initialization");
 }
 
 void setVDFastInitialize(W& w) {
     int64_t g = 0;
     const int64_t vdOid = readyVdisk(w, g);
-    requireVdState(w, vdOid, true);
-    requireIdle(w, vdOid);
+    requireVdNow(w, vdOid, method::vdisk::kFastInit);
     w.alert("Fast initialization completed on " + label(*w.e.byOid(vdOid)));
     w.reply(vdOid);
 }
 
-// Stops an operation of a virtual disk that shows in `tag` as `running`.
-void vdCancel(W& w, std::string_view tag, std::initializer_list<const char*> running,
-              const char* what) {
+// Stops an operation of a virtual disk that shows in `tag`.
+void vdCancel(W& w, const vk::MethodBit& operation, std::string_view tag, const char* what) {
     int64_t g = 0;
     const int64_t vdOid = readyVdisk(w, g);
+    if (!canNow(w.e, *w.e.byOid(vdOid), operation))
+        w.notPossible(label(*w.e.byOid(vdOid)) + " has no " + what + " running");
     Object& vd = w.obj(vdOid);
-    const std::string now = vd.get(tag);
-    if (std::find_if(running.begin(), running.end(), [&](const char* r) { return now == r; }) ==
-        running.end())
-        w.notPossible(label(vd) + " has no " + what + " running");
     vd.set(tag, "0");
     cancelOp(vd);
     w.alert(std::string(what) + " cancelled on " + label(vd));
@@ -141,53 +136,54 @@ void vdCancel(W& w, std::string_view tag, std::initializer_list<const char*> run
 }
 
 void setVDCancelCheckConsistency(W& w) {
-    vdCancel(w, "CCState", {"1", "2"}, "check consistency");
+    vdCancel(w, method::vdisk::kCancelCheckConsistency, "CCState", "check consistency");
 }
 
 void setVDCancelInitialize(W& w) {
-    vdCancel(w, "InitState", {"1"}, "initialization");
+    vdCancel(w, method::vdisk::kCancelInitialize, "InitState", "initialization");
 }
 
 void setVDCancelBGInitialize(W& w) {
-    vdCancel(w, "InitState", {"2"}, "background initialization");
+    vdCancel(w, method::vdisk::kCancelBgInitialize, "InitState", "background initialization");
 }
 
-void ccPause(W& w, const char* from, const char* to, const char* what) {
+void ccPause(W& w, const vk::MethodBit& operation, bool pause, const char* what) {
     int64_t g = 0;
     const int64_t vdOid = readyVdisk(w, g);
-    Object& vd = w.obj(vdOid);
-    if (vd.get("CCState") != from)
-        w.notPossible(label(vd) + " has no " + (std::string(from) == "1" ? "running" : "paused") +
+    if (!canNow(w.e, *w.e.byOid(vdOid), operation))
+        w.notPossible(label(*w.e.byOid(vdOid)) + " has no " + (pause ? "running" : "paused") +
                       " check consistency");
-    vd.set("CCState", to);
+    Object& vd = w.obj(vdOid);
+    vd.set("CCState", pause ? "2" : "1");
     w.alert(std::string("Check consistency ") + what + " on " + label(vd));
     w.reply(vdOid);
 }
 
 void setVDPauseCheckConsistency(W& w) {
-    ccPause(w, "1", "2", "paused");
+    ccPause(w, method::vdisk::kPauseCheckConsistency, true, "paused");
 }
 
 void setVDResumeCheckConsistency(W& w) {
-    ccPause(w, "2", "1", "resumed");
+    ccPause(w, method::vdisk::kResumeCheckConsistency, false, "resumed");
 }
 
 void setVDBlink(W& w) {
     int64_t g = w.ctrlNo();
-    blink(w, w.vdisk(g), true);
+    blink(w, w.vdisk(g), method::vdisk::kBlink, true);
 }
 
 void setVDUnBlink(W& w) {
     int64_t g = w.ctrlNo();
-    blink(w, w.vdisk(g), false);
+    blink(w, w.vdisk(g), method::vdisk::kUnblink, false);
 }
 
 // Requests that act on the data of a virtual disk without changing its
 // shape: recorded in the alert log.
-void vdService(W& w, const char* what) {
+void vdService(W& w, const vk::MethodBit& operation, const char* what) {
     int64_t g = 0;
     const int64_t vdOid = readyVdisk(w, g);
-    requireVdState(w, vdOid, false);
+    if (!canNow(w.e, *w.e.byOid(vdOid), operation))
+        w.notPossible(label(*w.e.byOid(vdOid)) + " is failed");
     Object& vd = w.obj(vdOid);
     if (std::string_view(what) == "Bad blocks cleared") vd.set("BadBlocks", "0");
     w.alert(std::string(what) + " on " + label(vd));
@@ -195,15 +191,15 @@ void vdService(W& w, const char* what) {
 }
 
 void setVDRecover(W& w) {
-    vdService(w, "Segments restored");
+    vdService(w, method::vdisk::kRestoreSegments, "Segments restored");
 }
 
 void setVDFormat(W& w) {
-    vdService(w, "Formatted");
+    vdService(w, method::vdisk::kFormat, "Formatted");
 }
 
 void setVDClearBadBlocks(W& w) {
-    vdService(w, "Bad blocks cleared");
+    vdService(w, method::vdisk::kClearBadBlocks, "Bad blocks cleared");
 }
 
 // A two-disk mirror splits into two single-disk virtual disks, or drops its
@@ -211,12 +207,11 @@ void setVDClearBadBlocks(W& w) {
 void mirror(W& w, bool split) {
     int64_t g = 0;
     const int64_t vdOid = readyVdisk(w, g);
-    requireVdState(w, vdOid, true);
-    requireIdle(w, vdOid);
     const Object& vd = *w.e.byOid(vdOid);
     auto members = memberOids(vd);
     if (vd.num("Layout") != raidlevel::kR1 || members.size() != 2)
         w.notPossible(label(vd) + " is not a two-disk mirror");
+    requireVdNow(w, vdOid, split ? method::vdisk::kSplitMirror : method::vdisk::kUnmirror);
     const long long length = vd.num("Length");
     const int64_t second = members[1];
     const int64_t ctrlOid = vd.parent;
@@ -284,9 +279,10 @@ void setVDDedicatedHotSpare(W& w) {
         w.reply(vdOid);
         return;
     }
-    if (!redundant(vd))
-        w.notPossible(label(vd) + " has no redundancy: a hot spare cannot serve it");
-    requireVdState(w, vdOid, false);
+    if (!canNow(w.e, vd, method::vdisk::kAssignDedicatedHotSpare))
+        w.notPossible(label(vd) + (redundant(vd)
+                                       ? " is failed"
+                                       : " has no redundancy: a hot spare cannot serve it"));
     requireFree(w, list);
     auto members = memberOids(vd);
     requireSameKind(w, list, w.e.byOid(members.front()));
@@ -313,14 +309,13 @@ void setVDDedicatedHotSpare(W& w) {
 void setVDMemberReplace(W& w) {
     int64_t g = 0;
     const int64_t vdOid = readyVdisk(w, g);
-    requireVdState(w, vdOid, true);
+    requireVdNow(w, vdOid, method::vdisk::kReplaceMember);
     const int64_t src = w.disk(g, "sourceadisk");
     const int64_t dst = w.disk(g, "destinationadisk");
     const Object& vd = *w.e.byOid(vdOid);
     auto members = memberOids(vd);
     if (std::find(members.begin(), members.end(), src) == members.end())
         w.notPossible("disk " + w.e.byOid(src)->addr + " is not a member of " + label(vd));
-    if (!redundant(vd)) w.notPossible(label(vd) + " has no redundancy to replace a member");
     requireFree(w, {dst});
     requireSameKind(w, {dst}, w.e.byOid(src));
     if (w.e.byOid(dst)->num("Length") < w.e.byOid(src)->num("Length"))
@@ -350,7 +345,8 @@ void setVDAddMissingDisk(W& w) {
     const long long st = old.num("ObjState");
     if (st != state::kFailed && st != state::kRemoved && st != state::kOffline)
         w.notPossible("disk " + old.addr + " is not missing from " + label(*w.e.byOid(vdOid)));
-    requireVdState(w, vdOid, false);
+    if (w.e.byOid(vdOid)->num("ObjState") == state::kFailed)
+        w.notPossible(label(*w.e.byOid(vdOid)) + " is failed");
     requireFree(w, {newOid});
     requireSameKind(w, {newOid}, &old);
     const std::string span = old.get("_span");
@@ -372,7 +368,7 @@ void setVDAddMissingDisk(W& w) {
 void renameVdisk(W& w, int64_t vdOid) {
     const Object& c = *w.e.find(kind::kController, w.e.byOid(vdOid)->ctrl,
                                 std::to_string(w.e.byOid(vdOid)->ctrl));
-    if (attrs(c) & ctrlattr::kFixedDiskCachePolicy)
+    if (!canNow(w.e, *w.e.byOid(vdOid), method::vdisk::kRename))
         w.notPossible("controller " + c.addr + " gives its virtual disks no names");
     const std::string name = w.need("Name");
     checkName(w, c, name, vdOid);
@@ -398,9 +394,9 @@ void secureVdisk(W& w, int64_t vdOid) {
         w.badValue("bad AttributesMask '" + w.need("AttributesMask") + "'; valid values: 1");
     const Object& vd = *w.e.byOid(vdOid);
     const Object& c = *w.e.find(kind::kController, vd.ctrl, std::to_string(vd.ctrl));
-    if (!(attrs(c) & ctrlattr::kSecurityKeyPresent))
-        w.notPossible("controller " + c.addr + " has no security key");
-    if (vd.num("Secured") == 1) w.notPossible(label(vd) + " is already secured");
+    if (!canNow(w.e, vd, method::vdisk::kSecure))
+        w.notPossible(vd.num("Secured") == 1 ? label(vd) + " is already secured"
+                                             : "controller " + c.addr + " has no security key");
     for (int64_t m : memberOids(vd))
         if (w.e.byOid(m)->num("Encrypted") != 1)
             w.notPossible("disk " + w.e.byOid(m)->addr + " of " + label(vd) +
@@ -409,9 +405,9 @@ void secureVdisk(W& w, int64_t vdOid) {
 }
 
 void reconstruct(W& w, int64_t vdOid) {
-    requireVdState(w, vdOid, true);
-    requireIdle(w, vdOid);
     const Object& vd = *w.e.byOid(vdOid);
+    requireVdNow(w, vdOid,
+                 vd.num("IsSSC") == 1 ? method::vdisk::kResize : method::vdisk::kReconfigure);
     const int64_t g = vd.ctrl;
     const Object& c = *w.e.find(kind::kController, g, std::to_string(g));
     std::vector<int64_t> members = memberOids(vd);
@@ -515,20 +511,30 @@ void setVDReconfigure(W& w) {
                "Length=, StripeSize= or VDExpansionPercent=");
     }
     if (policies) {
-        requireVdState(w, vdOid, false);
+        if (!canNow(w.e, *w.e.byOid(vdOid), method::vdisk::kChangePolicy))
+            w.notPossible(label(*w.e.byOid(vdOid)) + " is failed");
         changePolicies(w, vdOid);
     }
     w.reply(vdOid);
 }
 
+// The cache operation of a virtual disk, or of one of its partitions.
+const vk::MethodBit& cacheOperation(const Object& target, const vk::MethodBit& ofVdisk,
+                                    const vk::MethodBit& ofPartition) {
+    return target.kind == kind::kPartition ? ofPartition : ofVdisk;
+}
+
 void setVDEnableTarnCache(W& w) {
     int64_t g = 0;
     const int64_t vdOid = readyVdisk(w, g);
-    requireVdState(w, vdOid, false);
+    if (w.e.byOid(vdOid)->num("ObjState") == state::kFailed)
+        w.notPossible(label(*w.e.byOid(vdOid)) + " is failed");
     const std::string name = w.need("Name");
     const std::string mode = w.need("CacheLunMode");
     const int64_t target = cacheTarget(w, vdOid, name);
-    if (w.e.byOid(target)->num("TarnCache") != 0)
+    if (!canNow(w.e, *w.e.byOid(target),
+                cacheOperation(*w.e.byOid(target), method::vdisk::kEnableCache,
+                               method::partition::kEnableCache)))
         w.notPossible(label(*w.e.byOid(vdOid)) + ": the cache is already enabled for " + name);
     for (const Object* l : w.e.all(kind::kCachedLun))
         if (l->get("CacheLunName") == name) w.notPossible("cached LUN " + name + " already exists");
@@ -543,12 +549,13 @@ void setVDEnableTarnCache(W& w) {
     w.reply(target);
 }
 
-void tarnCacheState(W& w, long long from, long long to, const char* what) {
+void tarnCacheState(W& w, const vk::MethodBit& ofVdisk, const vk::MethodBit& ofPartition,
+                    long long to, const char* what) {
     int64_t g = 0;
     const int64_t vdOid = readyVdisk(w, g);
     const std::string name = w.need("Name");
     const int64_t target = cacheTarget(w, vdOid, name);
-    if (w.e.byOid(target)->num("TarnCache") != from)
+    if (!canNow(w.e, *w.e.byOid(target), cacheOperation(*w.e.byOid(target), ofVdisk, ofPartition)))
         w.notPossible(label(*w.e.byOid(vdOid)) + ": the cache for " + name + " is not " + what);
     w.obj(target).set("TarnCache", std::to_string(to));
     if (to == 0)
@@ -561,39 +568,40 @@ void tarnCacheState(W& w, long long from, long long to, const char* what) {
 }
 
 void setVDDisableTarnCache(W& w) {
-    tarnCacheState(w, 1, 0, "enabled");
+    tarnCacheState(w, method::vdisk::kDisableCache, method::partition::kDisableCache, 0, "enabled");
 }
 
 void setVDReactivateTarnCache(W& w) {
-    tarnCacheState(w, 2, 1, "failed");
+    tarnCacheState(w, method::vdisk::kReactivateCache, method::partition::kReactivateCache, 1,
+                   "failed");
 }
 
 // clang-format off
 constexpr std::array kRoutes{
-    WriteRoute{"setVDCheckConsistency",                       setVDCheckConsistency},
-    WriteRoute{"setVDCancelCheckConsistency",                 setVDCancelCheckConsistency},
-    WriteRoute{"setVDPauseCheckConsistency",                  setVDPauseCheckConsistency},
-    WriteRoute{"setVDResumeCheckConsistency",                 setVDResumeCheckConsistency},
-    WriteRoute{"setVDBlink",                                  setVDBlink},
-    WriteRoute{"setVDUnBlink",                                setVDUnBlink},
-    WriteRoute{"setVDInitialize",                             setVDInitialize},
-    WriteRoute{"setVDSlowInitialize",                         setVDInitialize},
-    WriteRoute{"setVDFastInitialize",                         setVDFastInitialize},
-    WriteRoute{"setVDCancelInitialize",                       setVDCancelInitialize},
-    WriteRoute{"setVDCancelBGInitialize",                     setVDCancelBGInitialize},
-    WriteRoute{"setVDRecover",                                setVDRecover},
-    WriteRoute{"setVDSplitMirrorSet",                         setVDSplitMirrorSet},
-    WriteRoute{"setVDUnMirror",                               setVDUnMirror},
-    WriteRoute{"setVDFormat",                                 setVDFormat},
-    WriteRoute{"setVDClearBadBlocks",                         setVDClearBadBlocks},
-    WriteRoute{"setVDDedicatedHotSpare",                      setVDDedicatedHotSpare},
-    WriteRoute{"setVDMemberReplace",                          setVDMemberReplace},
-    WriteRoute{"setVDdelete",                                 setVDdelete},
-    WriteRoute{"setVDReconfigure",                            setVDReconfigure},
-    WriteRoute{"setVDAddMissingDisk",                         setVDAddMissingDisk},
-    WriteRoute{"setVDEnableTarnCache",                        setVDEnableTarnCache},
-    WriteRoute{"setVDDisableTarnCache",                       setVDDisableTarnCache},
-    WriteRoute{"setVDReactivateTarnCache",                    setVDReactivateTarnCache},
+    WriteRoute{vkacmd.setVDCheckConsistency,       setVDCheckConsistency},
+    WriteRoute{vkacmd.setVDCancelCheckConsistency, setVDCancelCheckConsistency},
+    WriteRoute{vkacmd.setVDPauseCheckConsistency,  setVDPauseCheckConsistency},
+    WriteRoute{vkacmd.setVDResumeCheckConsistency, setVDResumeCheckConsistency},
+    WriteRoute{vkacmd.setVDBlink,                  setVDBlink},
+    WriteRoute{vkacmd.setVDUnBlink,                setVDUnBlink},
+    WriteRoute{vkacmd.setVDInitialize,             setVDInitialize},
+    WriteRoute{vkacmd.setVDSlowInitialize,         setVDSlowInitialize},
+    WriteRoute{vkacmd.setVDFastInitialize,         setVDFastInitialize},
+    WriteRoute{vkacmd.setVDCancelInitialize,       setVDCancelInitialize},
+    WriteRoute{vkacmd.setVDCancelBGInitialize,     setVDCancelBGInitialize},
+    WriteRoute{vkacmd.setVDRecover,                setVDRecover},
+    WriteRoute{vkacmd.setVDSplitMirrorSet,         setVDSplitMirrorSet},
+    WriteRoute{vkacmd.setVDUnMirror,               setVDUnMirror},
+    WriteRoute{vkacmd.setVDFormat,                 setVDFormat},
+    WriteRoute{vkacmd.setVDClearBadBlocks,         setVDClearBadBlocks},
+    WriteRoute{vkacmd.setVDDedicatedHotSpare,      setVDDedicatedHotSpare},
+    WriteRoute{vkacmd.setVDMemberReplace,          setVDMemberReplace},
+    WriteRoute{vkacmd.setVDdelete,                 setVDdelete},
+    WriteRoute{vkacmd.setVDReconfigure,            setVDReconfigure},
+    WriteRoute{vkacmd.setVDAddMissingDisk,         setVDAddMissingDisk},
+    WriteRoute{vkacmd.setVDEnableTarnCache,        setVDEnableTarnCache},
+    WriteRoute{vkacmd.setVDDisableTarnCache,       setVDDisableTarnCache},
+    WriteRoute{vkacmd.setVDReactivateTarnCache,    setVDReactivateTarnCache},
 };
 // clang-format on
 

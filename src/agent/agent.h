@@ -84,6 +84,8 @@ class Agent {
 
 // True when the request name is in the agent's vocabulary.
 bool knownRequest(std::string_view name);
+// Every request the agent answers, the queries first.
+std::vector<vk::RequestName> knownRequests();
 
 // Queries: answers a request that reads the estate. False when `req` is not
 // one; throws RequestError to refuse.
@@ -96,5 +98,6 @@ bool runRead(const Request& req, const Estate& e, Answer& answer);
 bool runWrite(const Request& req, Estate& e, int64_t now, const std::filesystem::path& dir,
               Answer& answer);
 bool isWriteRequest(std::string_view name);
+std::vector<vk::RequestName> writeRequests();
 
 }  // namespace kvda

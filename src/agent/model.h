@@ -14,30 +14,13 @@
 #include <utility>
 #include <vector>
 
+#include "vocabulary.h"
+
 namespace kvda {
 
-// Object kinds as stored; the tool and the profiles use the same names.
-namespace kind {
-inline constexpr std::string_view kStorage = "storage";
-inline constexpr std::string_view kGlobal = "globalinfo";
-inline constexpr std::string_view kCachePool = "cachepool";
-inline constexpr std::string_view kController = "controller";
-inline constexpr std::string_view kConnector = "connector";
-inline constexpr std::string_view kEnclosure = "enclosure";
-inline constexpr std::string_view kFan = "fan";
-inline constexpr std::string_view kPowerSupply = "pwrsupply";
-inline constexpr std::string_view kEmm = "emm";
-inline constexpr std::string_view kProbe = "tempprobe";
-inline constexpr std::string_view kDisk = "pdisk";
-inline constexpr std::string_view kTape = "tape";
-inline constexpr std::string_view kVdisk = "vdisk";
-inline constexpr std::string_view kSpan = "span";
-inline constexpr std::string_view kPartition = "partition";
-inline constexpr std::string_view kCachedLun = "cachedlun";
-inline constexpr std::string_view kBattery = "battery";
-inline constexpr std::string_view kNvme = "nvmeadapter";
-inline constexpr std::string_view kAlert = "alert";
-}  // namespace kind
+// Object kinds as stored and answered ("ObjType"); the tool and the
+// profiles use the same names.
+namespace kind = vk::objtype;
 
 // Object states ("ObjState").
 namespace state {
@@ -65,25 +48,9 @@ inline constexpr int kSas = 8;
 inline constexpr int kPcie = 9;  // NVMe and PCIe solid-state devices
 }  // namespace bus
 
-// "AttributesMask" bits of disks.
-namespace diskattr {
-inline constexpr uint32_t kGlobalHotSpare = 0x1;
-inline constexpr uint32_t kVdMember = 0x2;
-inline constexpr uint32_t kHidden = 0x80;  // not offered in lists of valid disks
-inline constexpr uint32_t kDedicatedHotSpare = 0x100;
-inline constexpr uint32_t kInEnclosure = 0x400;
-inline constexpr uint32_t kCacheCade = 0x800;
-}  // namespace diskattr
-
-// "AttributesMask" bits of controllers.
-namespace ctrlattr {
-inline constexpr uint32_t kFixedDiskCachePolicy = 0x80000;  // no disk cache policy, no VD names
-inline constexpr uint32_t kSecurityCapable = 0x800000;
-inline constexpr uint32_t kSecurityKeyPresent = 0x1000000;
-inline constexpr uint32_t kSecureForeignImport = 0x8000000;
-inline constexpr uint32_t kKeyManagement = 0x20000000;
-inline constexpr uint32_t kCacheCade = 0x40000000;
-}  // namespace ctrlattr
+// "AttributesMask" bits of disks and controllers.
+namespace diskattr = vk::diskattr;
+namespace ctrlattr = vk::ctrlattr;
 
 // RAID layouts ("Layout"; a controller's "RAIDLevelsMask" is the OR of those
 // it offers).

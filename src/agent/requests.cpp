@@ -15,6 +15,8 @@ namespace kvda {
 
 namespace {
 
+using vk::vkacmd;
+
 struct Ctx {
     const Request& req;
     const Estate& estate;
@@ -471,66 +473,66 @@ void sendPassThru(Ctx& c) {
 }
 
 struct Route {
-    std::string_view name;
+    vk::RequestName request;
     Handler handler;
 };
 
 // clang-format off
 constexpr std::array kRoutes{
-    Route{"getControllerList",                   getControllerList},
-    Route{"getController",                       getController},
-    Route{"getSupportedRaidLevelsForController", getSupportedRaidLevels},
-    Route{"getSingleControllerArrayInfo",        getSingleControllerArrayInfo},
-    Route{"getControllerListArrayInfo",          getControllerListArrayInfo},
-    Route{"getStoreDump",                        getStoreDump},
-    Route{"getChannelsForController",            getChannelsForController},
-    Route{"getChannel",                          getChannel},
-    Route{"getArrayDisk",                        getArrayDisk},
-    Route{"getArrayDisksForController",          getArrayDisksForController},
-    Route{"getArrayDisksForChannel",             getArrayDisksForChannel},
-    Route{"getArrayDisksForEnclosure",           getArrayDisksForEnclosure},
-    Route{"getArrayDisksForVirtualDisk",         getArrayDisksForVirtualDisk},
-    Route{"getSpanInfoForVirtualDisk",           getSpanInfoForVirtualDisk},
-    Route{"getForeignLockedArrayDisks",          getForeignLockedArrayDisks},
-    Route{"getCapsForDHS",                       getCapsForDHS},
-    Route{"getCapsForMemberReplaceCLI",          getCapsForMemberReplace},
-    Route{"getVirtualDisk",                      getVirtualDisk},
-    Route{"getVirtualDisksForController",        getVirtualDisksForController},
-    Route{"getAllVirtualDisks",                  getAllVirtualDisks},
-    Route{"getPartitionsForVirtualDisk",         getPartitionsForVirtualDisk},
-    Route{"getAllCachedLuns",                    getAllCachedLuns},
-    Route{"getBatteryList",                      getBatteryList},
-    Route{"getBatteriesForController",           getBatteriesForController},
-    Route{"getBattery",                          getBattery},
-    Route{"getEnclosure",                        getEnclosure},
-    Route{"getEnclosureList",                    getEnclosureList},
-    Route{"getEnclosuresForController",          getEnclosuresForController},
-    Route{"getEnclosuresForChannel",             getEnclosuresForChannel},
-    Route{"getSingleEnclosureForController",     getSingleEnclosureForController},
-    Route{"getEnclosureTemperatureProbes",       getTemperatureProbes},
-    Route{"getEnclosureFans",                    getFans},
-    Route{"getEnclosurePowerSupplies",           getPowerSupplies},
-    Route{"getEnclosureEMMs",                    getEmms},
-    Route{"getSlotReportForEnclosure",           getSlotReportForEnclosure},
-    Route{"getTape",                             getTape},
-    Route{"getTapeDrivesForController",          getTapeDrivesForController},
-    Route{"getTapeDrivesForChannel",             getTapeDrivesForChannel},
-    Route{"getNVMeAdapter",                      getNVMeAdapter},
-    Route{"getNVMeAdaptersForController",        getNVMeAdaptersForController},
-    Route{"getPCIeSubsystem",                    getPCIeSubsystem},
-    Route{"getAllPCIeSSDs",                      getAllPCIeSSDs},
-    Route{"getPCIeRRWEThreshold",                getPCIeThreshold},
-    Route{"getSASSATARRWEThreshold",             getSasSataThreshold},
-    Route{"getGlobalInfo",                       getGlobalInfo},
-    Route{"getTarnCachePoolProperties",          getCachePool},
-    Route{"getAlertLog",                         getAlertLog},
-    Route{"sendPassThruCmdToQXSIF",              sendPassThru},
+    Route{vkacmd.getControllerList,                   getControllerList},
+    Route{vkacmd.getController,                       getController},
+    Route{vkacmd.getSupportedRaidLevelsForController, getSupportedRaidLevels},
+    Route{vkacmd.getSingleControllerArrayInfo,        getSingleControllerArrayInfo},
+    Route{vkacmd.getControllerListArrayInfo,          getControllerListArrayInfo},
+    Route{vkacmd.getStoreDump,                        getStoreDump},
+    Route{vkacmd.getChannelsForController,            getChannelsForController},
+    Route{vkacmd.getChannel,                          getChannel},
+    Route{vkacmd.getArrayDisk,                        getArrayDisk},
+    Route{vkacmd.getArrayDisksForController,          getArrayDisksForController},
+    Route{vkacmd.getArrayDisksForChannel,             getArrayDisksForChannel},
+    Route{vkacmd.getArrayDisksForEnclosure,           getArrayDisksForEnclosure},
+    Route{vkacmd.getArrayDisksForVirtualDisk,         getArrayDisksForVirtualDisk},
+    Route{vkacmd.getSpanInfoForVirtualDisk,           getSpanInfoForVirtualDisk},
+    Route{vkacmd.getForeignLockedArrayDisks,          getForeignLockedArrayDisks},
+    Route{vkacmd.getCapsForDHS,                       getCapsForDHS},
+    Route{vkacmd.getCapsForMemberReplaceCLI,          getCapsForMemberReplace},
+    Route{vkacmd.getVirtualDisk,                      getVirtualDisk},
+    Route{vkacmd.getVirtualDisksForController,        getVirtualDisksForController},
+    Route{vkacmd.getAllVirtualDisks,                  getAllVirtualDisks},
+    Route{vkacmd.getPartitionsForVirtualDisk,         getPartitionsForVirtualDisk},
+    Route{vkacmd.getAllCachedLuns,                    getAllCachedLuns},
+    Route{vkacmd.getBatteryList,                      getBatteryList},
+    Route{vkacmd.getBatteriesForController,           getBatteriesForController},
+    Route{vkacmd.getBattery,                          getBattery},
+    Route{vkacmd.getEnclosure,                        getEnclosure},
+    Route{vkacmd.getEnclosureList,                    getEnclosureList},
+    Route{vkacmd.getEnclosuresForController,          getEnclosuresForController},
+    Route{vkacmd.getEnclosuresForChannel,             getEnclosuresForChannel},
+    Route{vkacmd.getSingleEnclosureForController,     getSingleEnclosureForController},
+    Route{vkacmd.getEnclosureTemperatureProbes,       getTemperatureProbes},
+    Route{vkacmd.getEnclosureFans,                    getFans},
+    Route{vkacmd.getEnclosurePowerSupplies,           getPowerSupplies},
+    Route{vkacmd.getEnclosureEMMs,                    getEmms},
+    Route{vkacmd.getSlotReportForEnclosure,           getSlotReportForEnclosure},
+    Route{vkacmd.getTape,                             getTape},
+    Route{vkacmd.getTapeDrivesForController,          getTapeDrivesForController},
+    Route{vkacmd.getTapeDrivesForChannel,             getTapeDrivesForChannel},
+    Route{vkacmd.getNVMeAdapter,                      getNVMeAdapter},
+    Route{vkacmd.getNVMeAdaptersForController,        getNVMeAdaptersForController},
+    Route{vkacmd.getPCIeSubsystem,                    getPCIeSubsystem},
+    Route{vkacmd.getAllPCIeSSDs,                      getAllPCIeSSDs},
+    Route{vkacmd.getPCIeRRWEThreshold,                getPCIeThreshold},
+    Route{vkacmd.getSASSATARRWEThreshold,             getSasSataThreshold},
+    Route{vkacmd.getGlobalInfo,                       getGlobalInfo},
+    Route{vkacmd.getTarnCachePoolProperties,          getCachePool},
+    Route{vkacmd.getAlertLog,                         getAlertLog},
+    Route{vkacmd.sendPassThruCmdToQXSIF,              sendPassThru},
 };
 // clang-format on
 
 const Route* route(std::string_view name) {
     for (const Route& r : kRoutes)
-        if (r.name == name) return &r;
+        if (r.request.name() == name) return &r;
     return nullptr;
 }
 
@@ -538,6 +540,13 @@ const Route* route(std::string_view name) {
 
 bool knownRequest(std::string_view name) {
     return route(name) != nullptr || isWriteRequest(name);
+}
+
+std::vector<vk::RequestName> knownRequests() {
+    std::vector<vk::RequestName> all;
+    for (const Route& r : kRoutes) all.push_back(r.request);
+    for (vk::RequestName r : writeRequests()) all.push_back(r);
+    return all;
 }
 
 const std::string* Request::get(std::string_view key) const {

@@ -10,35 +10,39 @@
 #include <span>
 
 #include "clps.h"
+#include "vocabulary.h"
 
 namespace kvclp {
 
 // Every request of the plug-in goes to this agent.
 inline constexpr const char* kAgent = "kvda";
 
+// Rows name their requests from the vocabulary the agent answers.
+using vk::vkacmd;
+
 using Params = std::span<const CLPSNVParamRow>;
 
 // A row chosen by "action=<keyword>" that sends request with the pairs of
 // params; CLPS_ROW_HIDDEN for service and debug actions.
-constexpr CLPSNVActionRow Action(const char* keyword, const char* request, Params params = {},
+constexpr CLPSNVActionRow Action(const char* keyword, vk::RequestName request, Params params = {},
                                  uint32_t flags = 0) {
-    return {CLPS_ROW_ACTION, "action", request,       keyword,
+    return {CLPS_ROW_ACTION, "action", request.text,  keyword,
             nullptr,         kAgent,   params.data(), static_cast<uint32_t>(params.size()),
             nullptr,         flags};
 }
 
 // A report row chosen by its parameter rules alone, rendered with styleSheet.
-constexpr CLPSNVActionRow Report(const char* request, Params params, const char* styleSheet,
+constexpr CLPSNVActionRow Report(vk::RequestName request, Params params, const char* styleSheet,
                                  uint32_t flags = 0) {
-    return {CLPS_ROW_REPORT, nullptr, request,       nullptr,
+    return {CLPS_ROW_REPORT, nullptr, request.text,  nullptr,
             nullptr,         kAgent,  params.data(), static_cast<uint32_t>(params.size()),
             styleSheet,      flags};
 }
 
 // A report row chosen when selector=value is given and its rules hold.
-constexpr CLPSNVActionRow Selector(const char* selector, const char* value, const char* request,
+constexpr CLPSNVActionRow Selector(const char* selector, const char* value, vk::RequestName request,
                                    Params params, const char* styleSheet) {
-    return {CLPS_ROW_SELECTOR, selector, request,       value,
+    return {CLPS_ROW_SELECTOR, selector, request.text,  value,
             nullptr,           kAgent,   params.data(), static_cast<uint32_t>(params.size()),
             styleSheet,        0};
 }

@@ -17,6 +17,7 @@
 namespace {
 
 using kvclp::Action;
+using kvclp::vkacmd;
 
 constexpr int32_t kInvalidBattery = 1620;
 constexpr int32_t kDelayTooLong = 1662;
@@ -42,9 +43,9 @@ constexpr auto kDelayLearnParams = std::to_array<CLPSNVParamRow>({
 });
 
 constexpr auto kBatteryTable = std::to_array<CLPSNVActionRow>({
-    Action("recondition", "vkacmd=setBatteryRecondition", kBatteryParams),
-    Action("startlearn",  "vkacmd=setBatteryStartLearn",  kBatteryParams),
-    Action("delaylearn",  "vkacmd=setBatteryDelayLearn",  kDelayLearnParams),
+    Action("recondition", vkacmd.setBatteryRecondition, kBatteryParams),
+    Action("startlearn",  vkacmd.setBatteryStartLearn,  kBatteryParams),
+    Action("delaylearn",  vkacmd.setBatteryDelayLearn,  kDelayLearnParams),
 });
 // clang-format on
 

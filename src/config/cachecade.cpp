@@ -19,6 +19,7 @@
 namespace {
 
 using kvclp::Action;
+using kvclp::vkacmd;
 
 // clang-format off
 constexpr int32_t kBadDisk         = 1602;
@@ -81,11 +82,11 @@ constexpr auto kRenameParams = std::to_array<CLPSNVParamRow>({
 });
 
 constexpr auto kCachecadeTable = std::to_array<CLPSNVActionRow>({
-    Action("blink",           "vkacmd=setVDBlink",       kCachecadeParams),
-    Action("unblink",         "vkacmd=setVDUnBlink",     kCachecadeParams),
-    Action("deletecachecade", "vkacmd=setVDdelete",      kDeleteParams),
-    Action("resize",          "vkacmd=setVDReconfigure", kResizeParams),
-    Action("rename",          "vkacmd=setVDReconfigure", kRenameParams),
+    Action("blink",           vkacmd.setVDBlink,       kCachecadeParams),
+    Action("unblink",         vkacmd.setVDUnBlink,     kCachecadeParams),
+    Action("deletecachecade", vkacmd.setVDdelete,      kDeleteParams),
+    Action("resize",          vkacmd.setVDReconfigure, kResizeParams),
+    Action("rename",          vkacmd.setVDReconfigure, kRenameParams),
 });
 // clang-format on
 

@@ -15,6 +15,7 @@
 namespace {
 
 using kvclp::Action;
+using kvclp::vkacmd;
 
 constexpr int32_t kInvalidCachedLun = 1759;
 constexpr const char* kNoCachedLuns = "None - There are no cached LUNs.";
@@ -25,13 +26,13 @@ constexpr auto kDisableParams = std::to_array<CLPSNVParamRow>({
     {nullptr,         "TarnCacheDiskMethod=",  CLPS_VT_TEXT, CLPS_USE_FIXED_PAIR, "DisableDiscard", 0},
 });
 constexpr auto kCachedLunTable = std::to_array<CLPSNVActionRow>({
-    Action("disablewithdiscard", "vkacmd=setTarnCacheDiskOperation", kDisableParams),
+    Action("disablewithdiscard", vkacmd.setTarnCacheDiskOperation, kDisableParams),
 });
 // clang-format on
 
 // The names of every cached LUN, for the refusal of an unknown one.
 std::string CachedLunNames() {
-    da::Request request("getAllCachedLuns");
+    da::Request request(vkacmd.getAllCachedLuns);
     request.Cli();
     std::string names;
     da::AskAgent("CachedLunNames", request, da::AllocOrder::kBufferFirst, kDANotValid,

@@ -14,6 +14,7 @@
 namespace {
 
 using kvclp::Action;
+using kvclp::vkacmd;
 
 // The valid text when the controller has none.
 constexpr const char* kNoConnectors = "None - There are no connectors on this controller.";
@@ -26,7 +27,7 @@ constexpr auto kRescanParams = std::to_array<CLPSNVParamRow>({
     {"connector",  "Channel=",  CLPS_VT_SMALL_UINT, CLPS_USE_REQUIRED, nullptr, 0},
 });
 constexpr auto kConnectorTable = std::to_array<CLPSNVActionRow>({
-    Action("rescan", "vkacmd=setChnlRescan", kRescanParams),
+    Action("rescan", vkacmd.setChnlRescan, kRescanParams),
 });
 // clang-format on
 

@@ -24,6 +24,7 @@ namespace {
 
 using kvclp::Action;
 using kvclp::Join;
+using kvclp::vkacmd;
 
 // clang-format off
 constexpr int32_t kBadDisk              = 1602;
@@ -69,9 +70,9 @@ constexpr int32_t kSameNrDiskCache      = 1776;
 
 // Bits of the controller's AttributesMask and AttributesMask1 (the secure bits
 // are in controller_internal.h).
-constexpr uint32_t kAttrKeyManagement   = 1u << 29;
-constexpr uint32_t kAttr1FlagA          = 1u << 8;
-constexpr uint32_t kAttr1FlagB          = 1u << 0;
+constexpr uint32_t kAttrKeyManagement   = vk::ctrlattr::kKeyManagement;
+constexpr uint32_t kAttr1FlagA          = vk::ctrlattr1::kSizesSpans;
+constexpr uint32_t kAttr1FlagB          = vk::ctrlattr1::kPowerSettingsTogether;
 
 constexpr uint32_t kCurrentSize         = 8;    // present rates
 constexpr uint32_t kWideCurrentSize     = 32;   // other present values
@@ -263,45 +264,45 @@ constexpr auto kConvert = std::to_array<CLPSNVParamRow>({
 });
 
 constexpr auto kControllerTable = std::to_array<CLPSNVActionRow>({
-    Action("rescan",                        "vkacmd=setCntrlRescan",                    kForce),
-    Action("resetconfig",                   "vkacmd=setCntrlResetConfig",               kForce),
-    Action("enablealarm",                   "vkacmd=setCntrlEnableAlarm",               kForce),
-    Action("disablealarm",                  "vkacmd=setCntrlDisableAlarm",              kForce),
-    Action("quietalarm",                    "vkacmd=setCntrlQuietAlarm",                kForce),
-    Action("testalarm",                     "vkacmd=setCntrlTestAlarm",                 kForce),
-    Action("exportlog",                     "vkacmd=setCntrlExportLog",                 kControllerOnly),
-    Action("setrebuildrate",                "vkacmd=setCntrlRebuildRate",               kRebuildRate),
-    Action("setbgirate",                    "vkacmd=setCntrlBGIRate",                   kRateParams),
-    Action("setcheckconsistencyrate",       "vkacmd=setCntrlCheckConsistencyRate",      kRateParams),
-    Action("setreconstructrate",            "vkacmd=setCntrlReconstructRate",           kRateParams),
-    Action("clearforeignconfig",            "vkacmd=setCntrlClearForeignConfig",        kControllerOnly),
-    Action("importforeignconfig",           "vkacmd=setCntrlImportForeignConfig",       kControllerOnly),
-    Action("importrecoverforeignconfig",    "vkacmd=setCntrlForcedImportForeignConfig", kControllerOnly),
-    Action("stoppatrolread",                "vkacmd=setCntrlPatrolReadStop",            kControllerOnly),
-    Action("startpatrolread",               "vkacmd=setCntrlPatrolReadStart",           kControllerOnly),
-    Action("setpatrolreadmode",             "vkacmd=setCntrlPatrolReadMode",            kPatrolReadMode),
-    Action("setcontrollermode",             "vkacmd=setCntrlMode",                      kControllerMode),
-    Action("autoconfigureRAID0",            "vkacmd=setCntrlAutoConfig",                kControllerOnly),
-    Action("createvdisk",                   "vkacmd=setCntrlCreateVD",                  kCreateVd),
-    Action("createcachecade",               "vkacmd=setCntrlCreateEnhancedCache",       kCreateCachecade),
-    Action("setchangecontrollerproperties", "vkacmd=setCntrlChangeProperties",          kProperties),
-    Action("discardpreservedcache",         "vkacmd=setCntrlDiscardPinnedCache",        kDiscardCache),
-    Action("createsecuritykey",             "vkacmd=setCntrlSecurityKey",               kSecurityKey),
-    Action("enabledkm",                     "vkacmd=setCntrlSecurityKey",               kControllerOnly),
-    Action("rekeydkm",                      "vkacmd=setCntrlSecurityKey",               kControllerOnly),
-    Action("deletesecuritykey",             "vkacmd=setCntrlSecurityKey",               kControllerOnly),
-    Action("changesecuritykey",             "vkacmd=setCntrlSecurityKey",               kSecurityKeyChange),
-    Action("enablelkm",                     "vkacmd=setCntrlSecurityKey",               kSecurityKey),
-    Action("switchtolkm",                   "vkacmd=setCntrlSecurityKey",               kSecurityKey),
-    Action("rekeylkm",                      "vkacmd=setCntrlSecurityKey",               kSecurityKeyChange),
-    Action("changedrivecache",              "vkacmd=setCntrlChangeDriveCache",          kDriveCache),
-    Action("importsecureforeignconfig",     "vkacmd=setCntrlUnlockForeignDrives",       kPassphrase),
-    Action("unlockdkmforeignconfig",        "vkacmd=getForeignLockedArrayDisks",        kControllerOnly),
-    Action("debug",                         "vkacmd=sendPassThruCmdToQXSIF",            kDebug, CLPS_ROW_HIDDEN),
-    Action("setpdiskpwrmanagement",         "vkacmd=setCntrlChangeProperties",          kPower),
-    Action("switchtodkm",                   "vkacmd=setCntrlSecurityKey",               kLkmPassphrase),
-    Action("convertNonRAIDtoRAID",          "vkacmd=convertNonRAIDtoRAID",              kConvert),
-    Action("convertRAIDtoNonRAID",          "vkacmd=convertRAIDtoNonRAID",              kConvert),
+    Action("rescan",                        vkacmd.setCntrlRescan,                    kForce),
+    Action("resetconfig",                   vkacmd.setCntrlResetConfig,               kForce),
+    Action("enablealarm",                   vkacmd.setCntrlEnableAlarm,               kForce),
+    Action("disablealarm",                  vkacmd.setCntrlDisableAlarm,              kForce),
+    Action("quietalarm",                    vkacmd.setCntrlQuietAlarm,                kForce),
+    Action("testalarm",                     vkacmd.setCntrlTestAlarm,                 kForce),
+    Action("exportlog",                     vkacmd.setCntrlExportLog,                 kControllerOnly),
+    Action("setrebuildrate",                vkacmd.setCntrlRebuildRate,               kRebuildRate),
+    Action("setbgirate",                    vkacmd.setCntrlBGIRate,                   kRateParams),
+    Action("setcheckconsistencyrate",       vkacmd.setCntrlCheckConsistencyRate,      kRateParams),
+    Action("setreconstructrate",            vkacmd.setCntrlReconstructRate,           kRateParams),
+    Action("clearforeignconfig",            vkacmd.setCntrlClearForeignConfig,        kControllerOnly),
+    Action("importforeignconfig",           vkacmd.setCntrlImportForeignConfig,       kControllerOnly),
+    Action("importrecoverforeignconfig",    vkacmd.setCntrlForcedImportForeignConfig, kControllerOnly),
+    Action("stoppatrolread",                vkacmd.setCntrlPatrolReadStop,            kControllerOnly),
+    Action("startpatrolread",               vkacmd.setCntrlPatrolReadStart,           kControllerOnly),
+    Action("setpatrolreadmode",             vkacmd.setCntrlPatrolReadMode,            kPatrolReadMode),
+    Action("setcontrollermode",             vkacmd.setCntrlMode,                      kControllerMode),
+    Action("autoconfigureRAID0",            vkacmd.setCntrlAutoConfig,                kControllerOnly),
+    Action("createvdisk",                   vkacmd.setCntrlCreateVD,                  kCreateVd),
+    Action("createcachecade",               vkacmd.setCntrlCreateEnhancedCache,       kCreateCachecade),
+    Action("setchangecontrollerproperties", vkacmd.setCntrlChangeProperties,          kProperties),
+    Action("discardpreservedcache",         vkacmd.setCntrlDiscardPinnedCache,        kDiscardCache),
+    Action("createsecuritykey",             vkacmd.setCntrlSecurityKey,               kSecurityKey),
+    Action("enabledkm",                     vkacmd.setCntrlSecurityKey,               kControllerOnly),
+    Action("rekeydkm",                      vkacmd.setCntrlSecurityKey,               kControllerOnly),
+    Action("deletesecuritykey",             vkacmd.setCntrlSecurityKey,               kControllerOnly),
+    Action("changesecuritykey",             vkacmd.setCntrlSecurityKey,               kSecurityKeyChange),
+    Action("enablelkm",                     vkacmd.setCntrlSecurityKey,               kSecurityKey),
+    Action("switchtolkm",                   vkacmd.setCntrlSecurityKey,               kSecurityKey),
+    Action("rekeylkm",                      vkacmd.setCntrlSecurityKey,               kSecurityKeyChange),
+    Action("changedrivecache",              vkacmd.setCntrlChangeDriveCache,          kDriveCache),
+    Action("importsecureforeignconfig",     vkacmd.setCntrlUnlockForeignDrives,       kPassphrase),
+    Action("unlockdkmforeignconfig",        vkacmd.getForeignLockedArrayDisks,        kControllerOnly),
+    Action("debug",                         vkacmd.sendPassThruCmdToQXSIF,            kDebug, CLPS_ROW_HIDDEN),
+    Action("setpdiskpwrmanagement",         vkacmd.setCntrlChangeProperties,          kPower),
+    Action("switchtodkm",                   vkacmd.setCntrlSecurityKey,               kLkmPassphrase),
+    Action("convertNonRAIDtoRAID",          vkacmd.convertNonRAIDtoRAID,              kConvert),
+    Action("convertRAIDtoNonRAID",          vkacmd.convertRAIDtoNonRAID,              kConvert),
 });
 
 // Actions that only tell the agent which property they touch.

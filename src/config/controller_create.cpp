@@ -49,9 +49,9 @@ constexpr int32_t kNoPiSupport        = 1765;
 
 // Bits of the controller's AttributesMask (the secure bits are in
 // controller_internal.h).
-constexpr uint32_t kAttrNoCreation    = 1u << 26;
-constexpr uint32_t kAttrCachecade     = 1u << 30;
-constexpr uint32_t kAttrPiCapable     = 1u << 31;
+constexpr uint32_t kAttrNoCreation    = vk::ctrlattr::kNoVdCreation;
+constexpr uint32_t kAttrCachecade     = vk::ctrlattr::kCacheCade;
+constexpr uint32_t kAttrPiCapable     = vk::ctrlattr::kProtectionInfo;
 
 // Layout numbers.
 constexpr uint32_t kRaid1             = 4;

@@ -11,6 +11,7 @@
 
 #include "callback_support.h"
 #include "trace.h"
+#include "vocabulary.h"
 
 // A trace line at a level, formatted only when that level is on.
 #define VK_CONFIG_TRACE(level, ...)                                     \
@@ -30,8 +31,8 @@ struct ControllerFacts {
 };
 
 // Bits of the controller's AttributesMask that both sources test.
-inline constexpr uint32_t kAttrSecureCapable = 1u << 23;
-inline constexpr uint32_t kAttrKeyPresent = 1u << 24;
+inline constexpr uint32_t kAttrSecureCapable = vk::ctrlattr::kSecurityCapable;
+inline constexpr uint32_t kAttrKeyPresent = vk::ctrlattr::kSecurityKeyPresent;
 
 // The user's keyword equals word, ignoring case (null never equals).
 bool Is(const char* value, const char* word);

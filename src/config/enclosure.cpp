@@ -18,6 +18,7 @@
 namespace {
 
 using kvclp::Action;
+using kvclp::vkacmd;
 
 // clang-format off
 constexpr int32_t kInvalidEnclosure    = 1605;
@@ -71,15 +72,15 @@ constexpr auto kTempProbeParams = std::to_array<CLPSNVParamRow>({
 });
 
 constexpr auto kEnclosureTable = std::to_array<CLPSNVActionRow>({
-    Action("enablealarm",        "vkacmd=setEnclosureEnableAlarm",     kEnclosureParams),
-    Action("disablealarm",       "vkacmd=setEnclosureDisableAlarm",    kEnclosureParams),
-    Action("setservicetag",      "vkacmd=setEnclosureServiceTag",      kServiceTagParams, CLPS_ROW_HIDDEN),
-    Action("setassettag",        "vkacmd=setEnclosureAssetTag",        kAssetTagParams),
-    Action("setassetname",       "vkacmd=setEnclosureAssetName",       kAssetNameParams),
-    Action("blink",              "vkacmd=setEnclosureBlink",           kEnclosureParams),
-    Action("unblink",            "vkacmd=setEnclosureUnBlink",         kEnclosureParams),
-    Action("setalltempprobes",   "vkacmd=setEnclosureTempProbes",      kTempProbeParams),
-    Action("resetalltempprobes", "vkacmd=setEnclosureResetTempProbes", kEnclosureParams),
+    Action("enablealarm",        vkacmd.setEnclosureEnableAlarm,     kEnclosureParams),
+    Action("disablealarm",       vkacmd.setEnclosureDisableAlarm,    kEnclosureParams),
+    Action("setservicetag",      vkacmd.setEnclosureServiceTag,      kServiceTagParams, CLPS_ROW_HIDDEN),
+    Action("setassettag",        vkacmd.setEnclosureAssetTag,        kAssetTagParams),
+    Action("setassetname",       vkacmd.setEnclosureAssetName,       kAssetNameParams),
+    Action("blink",              vkacmd.setEnclosureBlink,           kEnclosureParams),
+    Action("unblink",            vkacmd.setEnclosureUnBlink,         kEnclosureParams),
+    Action("setalltempprobes",   vkacmd.setEnclosureTempProbes,      kTempProbeParams),
+    Action("resetalltempprobes", vkacmd.setEnclosureResetTempProbes, kEnclosureParams),
 });
 
 // The asset texts: the user's parameter, the agent's limit and present

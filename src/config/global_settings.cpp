@@ -20,6 +20,7 @@
 namespace {
 
 using kvclp::Action;
+using kvclp::vkacmd;
 
 // clang-format off
 constexpr int32_t kInvalidDisk           = 1602;
@@ -97,13 +98,13 @@ constexpr auto kDebugParams = std::to_array<CLPSNVParamRow>({
 });
 
 constexpr auto kGlobalTable = std::to_array<CLPSNVActionRow>({
-    Action("setnonzorncertifiedmode",                  "vkacmd=setnonzorncertifiedmode",                  kModeParams),
-    Action("globalrescan",                             "vkacmd=setCntrlGlobalRescan"),
-    Action("enablests",                                "vkacmd=setEnclosureEnableSTS"),
-    Action("disablests",                               "vkacmd=setEnclosureDisableSTS"),
-    Action("setprotectionpolicies",                    "vkacmd=setProtectionPolicies",                    kProtectionParams),
-    Action("setremainingratedwriteendurancethreshold", "vkacmd=setRemainingRatedWriteEnduranceThreshold", kThresholdParams),
-    Action("debug",                                    "vkacmd=sendPassThruCmdToQXSIF",                   kDebugParams, kHidden),
+    Action("setnonzorncertifiedmode",                  vkacmd.setnonzorncertifiedmode,                  kModeParams),
+    Action("globalrescan",                             vkacmd.setCntrlGlobalRescan),
+    Action("enablests",                                vkacmd.setEnclosureEnableSTS),
+    Action("disablests",                               vkacmd.setEnclosureDisableSTS),
+    Action("setprotectionpolicies",                    vkacmd.setProtectionPolicies,                    kProtectionParams),
+    Action("setremainingratedwriteendurancethreshold", vkacmd.setRemainingRatedWriteEnduranceThreshold, kThresholdParams),
+    Action("debug",                                    vkacmd.sendPassThruCmdToQXSIF,                   kDebugParams, kHidden),
 });
 
 // ---- the service actions, one table each ------------------------------------------
@@ -132,20 +133,20 @@ constexpr auto kLearnModeParams = std::to_array<CLPSNVParamRow>({
 });
 
 constexpr auto kServiceRequestTable = std::to_array<CLPSNVActionRow>({
-    Action("servicerequest", "vkacmd=setVDReconfigure", kServiceRequestParams, kHidden),
+    Action("servicerequest", vkacmd.setVDReconfigure, kServiceRequestParams, kHidden),
 });
 constexpr auto kMissingDiskTable = std::to_array<CLPSNVActionRow>({
-    Action("service_replacemissingpdisk", "vkacmd=setVDAddMissingDisk", kMissingDiskParams, kHidden),
+    Action("service_replacemissingpdisk", vkacmd.setVDAddMissingDisk, kMissingDiskParams, kHidden),
 });
 constexpr auto kPatrolReadRateTable = std::to_array<CLPSNVActionRow>({
-    Action("service_patrolreadrate", "vkacmd=setCntrlPatrolReadRate", kPatrolReadRateParams, kHidden),
+    Action("service_patrolreadrate", vkacmd.setCntrlPatrolReadRate, kPatrolReadRateParams, kHidden),
 });
 constexpr auto kLearnModeTable = std::to_array<CLPSNVActionRow>({
-    Action("service_changelearnmode", "vkacmd=setBatteryLearnMode", kLearnModeParams, kHidden),
+    Action("service_changelearnmode", vkacmd.setBatteryLearnMode, kLearnModeParams, kHidden),
 });
 // The store dump of the service actions: the agent's dump of every object.
 constexpr auto kDumpStoreTable = std::to_array<CLPSNVActionRow>({
-    Action("service_dumpstore", "vkacmd=getStoreDump", {}, kHidden),
+    Action("service_dumpstore", vkacmd.getStoreDump, {}, kHidden),
 });
 
 // ---- the cache feature ------------------------------------------------------------
@@ -153,7 +154,7 @@ constexpr auto kTarnCacheParams = std::to_array<CLPSNVParamRow>({
     {nullptr, "ObjType=", kText, kFixedPair, "Tarn Cache", 0},
 });
 constexpr auto kTarnCacheTable = std::to_array<CLPSNVActionRow>({
-    Action("connect", "vkacmd=setTarnCacheRefresh", kTarnCacheParams),
+    Action("connect", vkacmd.setTarnCacheRefresh, kTarnCacheParams),
 });
 // clang-format on
 

@@ -16,6 +16,7 @@
 namespace {
 
 using kvclp::Action;
+using kvclp::vkacmd;
 
 // The valid text when the controller has none.
 constexpr const char* kNoAdapters = "None - There are no NVMe adapters on this controller.";
@@ -28,8 +29,8 @@ constexpr auto kAdapterParams = std::to_array<CLPSNVParamRow>({
     {"nvmeid",     "Channel=",  CLPS_VT_SMALL_UINT, CLPS_USE_REQUIRED, nullptr, 0},
 });
 constexpr auto kNVMeAdapterTable = std::to_array<CLPSNVActionRow>({
-    Action("exportlog",          "vkacmd=exportDiskReliabilityLog", kAdapterParams),
-    Action("cryptographicerase", "vkacmd=setArrayDiskSecureErase",  kAdapterParams),
+    Action("exportlog",          vkacmd.exportDiskReliabilityLog, kAdapterParams),
+    Action("cryptographicerase", vkacmd.setArrayDiskSecureErase,  kAdapterParams),
 });
 // clang-format on
 

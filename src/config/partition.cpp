@@ -11,13 +11,14 @@
 namespace {
 
 using kvclp::Action;
+using kvclp::vkacmd;
 
 // clang-format off
 constexpr auto kRefreshParams = std::to_array<CLPSNVParamRow>({
     {nullptr, "ObjType=", CLPS_VT_TEXT, CLPS_USE_FIXED_PAIR, "partition", 0},
 });
 constexpr auto kPartitionTable = std::to_array<CLPSNVActionRow>({
-    Action("refresh", "vkacmd=setTarnCacheRefresh", kRefreshParams),
+    Action("refresh", vkacmd.setTarnCacheRefresh, kRefreshParams),
 });
 // clang-format on
 

@@ -17,6 +17,7 @@
 namespace {
 
 using kvclp::Action;
+using kvclp::vkacmd;
 
 constexpr uint32_t kNum = CLPS_VT_UINT;
 constexpr uint32_t kText = CLPS_VT_TEXT;
@@ -31,9 +32,9 @@ constexpr auto kPCIeParams = std::to_array<CLPSNVParamRow>({
 });
 
 constexpr auto kPCIeTable = std::to_array<CLPSNVActionRow>({
-    Action("addtocachepool",      "vkacmd=setArrayDiskAddToCachePool",      kPCIeParams),
-    Action("removefromcachepool", "vkacmd=setArrayDiskRemoveFromCachePool", kPCIeParams),
-    Action("reactivate",          "vkacmd=setArrayDiskReactivateCachePool", kPCIeParams),
+    Action("addtocachepool",      vkacmd.setArrayDiskAddToCachePool,      kPCIeParams),
+    Action("removefromcachepool", vkacmd.setArrayDiskRemoveFromCachePool, kPCIeParams),
+    Action("reactivate",          vkacmd.setArrayDiskReactivateCachePool, kPCIeParams),
 });
 // clang-format on
 

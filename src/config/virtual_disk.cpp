@@ -20,11 +20,13 @@
 #include "handlers.h"
 #include "kvsup.h"
 #include "trace.h"
+#include "vocabulary.h"
 
 namespace {
 
 using kvclp::Action;
 using kvclp::Join;
+using kvclp::vkacmd;
 
 constexpr const char* kCallbackName = "CmdConfigVirtualDiskValidateFunc";
 
@@ -62,7 +64,7 @@ constexpr int32_t kEdgeBlank            = 1755;
 
 constexpr uint32_t kPolicyListSize = 128;
 constexpr uint32_t kMaxLengthSize = 32;
-constexpr uint32_t kDedicatedSpareAttribute = 0x100;
+constexpr uint32_t kDedicatedSpareAttribute = vk::diskattr::kDedicatedHotSpare;
 constexpr const char* kNameRule = "[A-Z,a-z,0-9,-, ,_] and cannot start/end with spaces.";
 constexpr const char* kNoAdisks = "None - no valid adisks found";
 constexpr const char* kNoArrayDisks = "None - There are no array disks on this controller.";
@@ -158,32 +160,32 @@ constexpr auto kV11 = Join(kV1, std::to_array<CLPSNVParamRow>({
 
 // clang-format off
 constexpr auto kVirtualDiskTable = std::to_array<CLPSNVActionRow>({
-    Action("checkconsistency",        "vkacmd=setVDCheckConsistency",       kV1),
-    Action("cancelcheckconsistency",  "vkacmd=setVDCancelCheckConsistency", kV1),
-    Action("pausecheckconsistency",   "vkacmd=setVDPauseCheckConsistency",  kV1),
-    Action("resumecheckconsistency",  "vkacmd=setVDResumeCheckConsistency", kV1),
-    Action("blink",                   "vkacmd=setVDBlink",                  kV1),
-    Action("unblink",                 "vkacmd=setVDUnBlink",                kV1),
-    Action("initialize",              "vkacmd=setVDInitialize",             kV1),
-    Action("fastinit",                "vkacmd=setVDFastInitialize",         kV2),
-    Action("slowinit",                "vkacmd=setVDSlowInitialize",         kV2),
-    Action("cancelinitialize",        "vkacmd=setVDCancelInitialize",       kV1),
-    Action("restoresegments",         "vkacmd=setVDRecover",                kV1),
-    Action("splitmirror",             "vkacmd=setVDSplitMirrorSet",         kV1),
-    Action("unmirror",                "vkacmd=setVDUnMirror",               kV1),
-    Action("cancelbginitialize",      "vkacmd=setVDCancelBGInitialize",     kV1),
-    Action("assigndedicatedhotspare", "vkacmd=setVDDedicatedHotSpare",      kV3),
-    Action("replacememberdisk",       "vkacmd=setVDMemberReplace",          kV4),
-    Action("deletevdisk",             "vkacmd=setVDdelete",                 kV2),
-    Action("format",                  "vkacmd=setVDFormat",                 kV1),
-    Action("reconfigure",             "vkacmd=setVDReconfigure",            kV10),
-    Action("changepolicy",            "vkacmd=setVDReconfigure",            kV9),
-    Action("clearvdbadblocks",        "vkacmd=setVDClearBadBlocks",         kV1),
-    Action("SecureVD",                "vkacmd=setVDReconfigure",            kV11),
-    Action("rename",                  "vkacmd=setVDReconfigure",            kV8),
-    Action("enabletarncache",         "vkacmd=setVDEnableTarnCache",        kV5),
-    Action("disabletarncache",        "vkacmd=setVDDisableTarnCache",       kV6),
-    Action("reactivate",              "vkacmd=setVDReactivateTarnCache",    kV6),
+    Action("checkconsistency",        vkacmd.setVDCheckConsistency,       kV1),
+    Action("cancelcheckconsistency",  vkacmd.setVDCancelCheckConsistency, kV1),
+    Action("pausecheckconsistency",   vkacmd.setVDPauseCheckConsistency,  kV1),
+    Action("resumecheckconsistency",  vkacmd.setVDResumeCheckConsistency, kV1),
+    Action("blink",                   vkacmd.setVDBlink,                  kV1),
+    Action("unblink",                 vkacmd.setVDUnBlink,                kV1),
+    Action("initialize",              vkacmd.setVDInitialize,             kV1),
+    Action("fastinit",                vkacmd.setVDFastInitialize,         kV2),
+    Action("slowinit",                vkacmd.setVDSlowInitialize,         kV2),
+    Action("cancelinitialize",        vkacmd.setVDCancelInitialize,       kV1),
+    Action("restoresegments",         vkacmd.setVDRecover,                kV1),
+    Action("splitmirror",             vkacmd.setVDSplitMirrorSet,         kV1),
+    Action("unmirror",                vkacmd.setVDUnMirror,               kV1),
+    Action("cancelbginitialize",      vkacmd.setVDCancelBGInitialize,     kV1),
+    Action("assigndedicatedhotspare", vkacmd.setVDDedicatedHotSpare,      kV3),
+    Action("replacememberdisk",       vkacmd.setVDMemberReplace,          kV4),
+    Action("deletevdisk",             vkacmd.setVDdelete,                 kV2),
+    Action("format",                  vkacmd.setVDFormat,                 kV1),
+    Action("reconfigure",             vkacmd.setVDReconfigure,            kV10),
+    Action("changepolicy",            vkacmd.setVDReconfigure,            kV9),
+    Action("clearvdbadblocks",        vkacmd.setVDClearBadBlocks,         kV1),
+    Action("SecureVD",                vkacmd.setVDReconfigure,            kV11),
+    Action("rename",                  vkacmd.setVDReconfigure,            kV8),
+    Action("enabletarncache",         vkacmd.setVDEnableTarnCache,        kV5),
+    Action("disabletarncache",        vkacmd.setVDDisableTarnCache,       kV6),
+    Action("reactivate",              vkacmd.setVDReactivateTarnCache,    kV6),
 });
 
 // Level migrations a controller carries out in place: striped and mirrored
@@ -424,7 +426,7 @@ struct PresentDisk {
 };
 
 int32_t ReadPresentDisk(const char* controller, const char* vdisk, PresentDisk& present) {
-    da::Request vd("getVirtualDisk");
+    da::Request vd(vkacmd.getVirtualDisk);
     vd.Field("GlobalNo", controller, 20).Field("LogicalDriveNum", vdisk, 20).Cli();
     const int32_t status = da::AskAgent("ReadPresentDisk", vd, da::AllocOrder::kBufferFirst, -1,
                                         [&](const OCSXBuf* xml) {
@@ -435,7 +437,7 @@ int32_t ReadPresentDisk(const char* controller, const char* vdisk, PresentDisk& 
                                             return 0;
                                         });
     if (status != 0) return status;
-    da::Request disks("getArrayDisksForVirtualDisk");
+    da::Request disks(vkacmd.getArrayDisksForVirtualDisk);
     disks.Field("GlobalNo", controller, 20).Field("LogicalDriveNum", vdisk, 20).Cli();
     return da::AskAgent(
         "ReadPresentDisk", disks, da::AllocOrder::kBufferFirst, -1, [&](const OCSXBuf* xml) {

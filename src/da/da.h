@@ -23,6 +23,7 @@
 #include "clps.h"
 #include "ocs.h"
 #include "trace.h"
+#include "vocabulary.h"
 
 // ---- status values --------------------------------------------------------
 inline constexpr int32_t kDAValid = 0;
@@ -33,6 +34,9 @@ inline constexpr uint32_t kDARawCopyFailed = 0xFFFFFFFFu;
 
 // ---- requests and answers (the building blocks of every query) ------------
 namespace da {
+
+// Requests are named from the vocabulary the agent answers.
+using vk::vkacmd;
 
 inline constexpr const char* kAgentName = "kvda";
 inline constexpr const char* kResponseElement = "RESPONSE";
@@ -67,7 +71,7 @@ void LogAllocFailed(const char* name);
 // they are added. The list owns its texts.
 class Request {
   public:
-    explicit Request(std::string_view requestName);
+    explicit Request(vk::RequestName request);
 
     // Appends "key=value" formatted into fieldSize bytes (terminator
     // included), so a long value is cut exactly as a fixed buffer cuts it.

@@ -13,6 +13,8 @@
 
 namespace {
 
+using vk::vkacmd;
+
 // Sizes of the identifiers sent (terminator included).
 constexpr uint32_t kControllerObjIdSize = 32;
 constexpr size_t kDiskObjIdListSize = 1024;
@@ -145,7 +147,7 @@ std::vector<std::string> PassThruArgs(const CapsCall& call, const std::string& c
 // equals the user's controller number.
 da::FetchStatus ControllerObjId(const CapsCall& call, std::string& objId) {
     da::WrappedAnswer answer =
-        da::FetchAndWrap(da::Request("getControllerList"), da::AllocOrder::kBufferFirst);
+        da::FetchAndWrap(da::Request(vkacmd.getControllerList), da::AllocOrder::kBufferFirst);
     if (answer.status != da::FetchStatus::kAnswer) {
         return answer.status;
     }
@@ -162,7 +164,7 @@ da::FetchStatus ControllerObjId(const CapsCall& call, std::string& objId) {
 // Every disk's "ObjID", joined with ":" and cut to the list size; count is
 // the number of identifiers read.
 da::FetchStatus DiskObjIds(const CapsCall& call, std::string& list, int& count) {
-    da::Request request("getArrayDisk");
+    da::Request request(vkacmd.getArrayDisk);
     // The disk list goes whole: it was checked against the controller's
     // disks before it gets here.
     request.Field("GlobalNo", call.globalNo, da::kControllerFieldSize)
@@ -306,7 +308,7 @@ int32_t QueryCaps(const CapsCall& call) {
 
     const std::vector<std::string> args =
         PassThruArgs(call, controllerObjId, diskObjIds, diskCount);
-    da::Request request("sendPassThruCmdToQXSIF");
+    da::Request request(vkacmd.sendPassThruCmdToQXSIF);
     for (size_t i = 0; i < args.size(); ++i) {
         request.Pair("param" + std::to_string(i), args[i]);
     }

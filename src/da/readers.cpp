@@ -6,6 +6,8 @@
 
 namespace {
 
+using vk::vkacmd;
+
 struct ReaderRow {
     const char* traceName;      // entry and exit lines
     const char* allocFailName;  // allocation-failure line
@@ -22,7 +24,7 @@ constexpr ReaderRow kControllerName      {"GetControllerNameFromUserInput",     
 // clang-format on
 
 da::Request ControllerRequest(const char* globalNo) {
-    da::Request request("getController");
+    da::Request request(vkacmd.getController);
     request.Field("GlobalNo", globalNo, da::kWideFieldSize).Cli();
     return request;
 }
@@ -90,7 +92,7 @@ int32_t GetTagValueForBattery(const char* globalNo, const char* batteryId, const
     if (tag == nullptr || out == nullptr) {
         return kDANotValid;
     }
-    da::Request request("getBattery");
+    da::Request request(vkacmd.getBattery);
     request.Field("GlobalNo", globalNo, da::kWideFieldSize)
         .Field("BatteryID", batteryId, da::kWideFieldSize)
         .Cli();

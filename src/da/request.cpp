@@ -25,10 +25,8 @@ void LogAllocFailed(const char* name) {
     }
 }
 
-Request::Request(std::string_view requestName) {
-    std::string first("vkacmd=");
-    first += requestName;
-    entries_.push_back(std::move(first));
+Request::Request(vk::RequestName request) {
+    entries_.emplace_back(request.text);
 }
 
 Request& Request::Field(std::string_view key, const char* value, std::size_t fieldSize) {

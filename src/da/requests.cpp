@@ -9,6 +9,8 @@
 
 namespace {
 
+using vk::vkacmd;
+
 // Leading decimal digits as a number; absent or unreadable text counts 0.
 unsigned long DecimalOf(const char* text) {
     return text != nullptr ? std::strtoul(text, nullptr, 10) : 0;
@@ -28,7 +30,7 @@ void CopyCut(std::string_view text, char* out, uint32_t capacity) {
 
 int32_t IsUserControllerIdValid(const char* userId, std::string& validList) {
     validList.clear();
-    const da::Request request("getControllerList");
+    const da::Request request(vkacmd.getControllerList);
     return da::AskAgent("IsUserControllerIdValid", request, da::AllocOrder::kBufferFirst,
                         kDANotValid, [&](const OCSXBuf* xml) {
                             std::string globalNo;
@@ -55,7 +57,7 @@ int32_t IsUserControllerIdValid(const char* userId, char* validList, uint32_t va
 
 int32_t IsUserVDLayoutValidForOCE(const char* globalNo, const char* userVd,
                                   const char* userLayout) {
-    da::Request request("getVirtualDisksForController");
+    da::Request request(vkacmd.getVirtualDisksForController);
     request.Field("GlobalNo", globalNo, da::kControllerFieldSize).Cli();
     return da::AskAgent(
         "IsUserVDLayoutValidForOCE", request, da::AllocOrder::kBufferFirst, kDANotValid,
@@ -80,7 +82,7 @@ int32_t IsDelayLearnWithinMaxLearnDelay(const char* globalNo, const char* batter
                                         const char* days, const char* hours, char* maxDelay,
                                         uint32_t maxDelaySize) {
     const unsigned long delay = DecimalOf(days) * 24 + DecimalOf(hours);
-    da::Request request("getBattery");
+    da::Request request(vkacmd.getBattery);
     request.Field("GlobalNo", globalNo, da::kWideFieldSize)
         .Field("BatteryID", batteryId, da::kWideFieldSize)
         .Cli();
@@ -103,7 +105,7 @@ uint32_t GetSupportedRaidLevelsForController(const char* globalNo, char* out, ui
     if (out == nullptr || outSize == 0) {
         return kDARawCopyFailed;
     }
-    da::Request request("getSupportedRaidLevelsForController");
+    da::Request request(vkacmd.getSupportedRaidLevelsForController);
     request.Field("GlobalNo", globalNo, da::kControllerFieldSize).Cli();
     da::Response response = da::Send(request);
     if (!response || response->pDataBuf == nullptr) {

@@ -13,7 +13,7 @@ namespace {
 
 constexpr uint32_t kRaid10 = 0x200;
 constexpr uint32_t kRaid1E = 0x80000;
-constexpr uint32_t kFixedDiskCache = 0x80000;  // controller AttributesMask
+constexpr uint32_t kFixedDiskCache = vk::ctrlattr::kFixedDiskCachePolicy;
 
 enum class Step { kDouble, kIncrement };
 
@@ -24,7 +24,7 @@ struct PolicyCheck {
     uint32_t last;
     Step step;
     int32_t (*keyword)(uint32_t, std::string&);
-    bool attributeRule;  // AttributesMask 0x80000 refuses unless lifted
+    bool attributeRule;  // a fixed disk cache policy refuses unless lifted
 };
 
 // clang-format off
@@ -60,8 +60,8 @@ int32_t CheckPolicy(const PolicyCheck& check, const char* globalNo, const char* 
     // mask reads 0 and every value is refused.
     bool listed = false;
     const int32_t rc = Ask(
-        {check.traceName, noBuffer.c_str(), nullptr}, ControllerRequest("getController", globalNo),
-        st::kNotFound,
+        {check.traceName, noBuffer.c_str(), nullptr},
+        ControllerRequest(vkacmd.getController, globalNo), st::kNotFound,
         [&](const OCSXBuf* xml) {
             std::string maskText;
             std::string attributesText;
@@ -121,7 +121,7 @@ int32_t GetControllerRAIDLevelsMask(const char* globalNo, uint32_t* mask) {
     }
     return Ask(
         {"GetControllerRAIDLevelsMask", nullptr, nullptr},
-        ControllerRequest("getController", globalNo), st::kOk,
+        ControllerRequest(vkacmd.getController, globalNo), st::kOk,
         [&](const OCSXBuf* xml) {
             std::string text;
             da::ReadNthTag(xml, "RAIDLevelsMask", 0, text, 64);
@@ -186,7 +186,7 @@ int32_t IsUserVirtualDiskNameValidForController(const char* globalNo, const char
               "if it is valid\n");
     return Ask(
         {kName, "IsUserVirtualDiskNameValidForController: OCSXAllocBuf() failed\n", nullptr},
-        ControllerRequest("getController", globalNo), st::kNotFound,
+        ControllerRequest(vkacmd.getController, globalNo), st::kNotFound,
         [&](const OCSXBuf* xml) {
             std::string attributesText;
             da::ReadNthTag(xml, "AttributesMask", 0, attributesText);

@@ -100,7 +100,7 @@ int32_t IsControllerPropertyDuplicate(const char* globalNo, const char* value, i
         return st::kOk;
     }
     return Ask({"IsControllerPropertyDuplicate", nullptr, nullptr},
-               ControllerRequest("getController", globalNo), st::kNotFound,
+               ControllerRequest(vkacmd.getController, globalNo), st::kNotFound,
                [&](const OCSXBuf* xml) {
                    std::string present;
                    if (!da::ReadNthTag(xml, row->tag, 0, present)) {
@@ -126,7 +126,8 @@ int32_t IsControllerModeValid(const char* modeValue, const char* globalNo,
     validModes.clear();
     const auto requested = static_cast<int32_t>(ToNumber(Text(modeValue)));
     return Ask({"IsControllerModeValid", nullptr, nullptr},
-               ControllerRequest("getController", globalNo), kCannotRead, [&](const OCSXBuf* xml) {
+               ControllerRequest(vkacmd.getController, globalNo), kCannotRead,
+               [&](const OCSXBuf* xml) {
                    std::string presentText;
                    if (!da::ReadNthTag(xml, "ControllerMode", 0, presentText)) {
                        return kCannotRead;
@@ -146,7 +147,7 @@ int32_t IsControllerModeValid(const char* modeValue, const char* globalNo,
                    }
                    if (requested == kHbaMode) {
                        Fetched vds =
-                           Fetch(ControllerRequest("getVirtualDisksForController", globalNo));
+                           Fetch(ControllerRequest(vkacmd.getVirtualDisksForController, globalNo));
                        if (vds.noBuffer) {
                            return st::kNoBuffer;
                        }
@@ -168,7 +169,7 @@ int32_t IsPatrolReadModeValid(const char* modeValue, const char* globalNo,
     validModes.clear();
     const auto requested = static_cast<int32_t>(ToNumber(Text(modeValue)));
     return Ask({"IsPatrolReadModeValid", nullptr, nullptr},
-               ControllerRequest("getController", globalNo), st::kNotFound,
+               ControllerRequest(vkacmd.getController, globalNo), st::kNotFound,
                [&](const OCSXBuf* xml) {
                    std::string mode;
                    std::string present;
@@ -223,8 +224,8 @@ int32_t IsUserPassphraseValid(const char* text, int32_t mode) {
 // Rule: the PCIe subsystem is present when a controller of the list reports
 // bus protocol 9; no answer means none.
 int32_t IsPCIeSubsystempresent(void) {
-    return Ask({"IsPCIeSubsystempresent", nullptr, nullptr}, da::Request("getControllerList"), 0,
-               [&](const OCSXBuf* xml) {
+    return Ask({"IsPCIeSubsystempresent", nullptr, nullptr}, da::Request(vkacmd.getControllerList),
+               0, [&](const OCSXBuf* xml) {
                    const StorageObjects controllers(xml);
                    for (std::size_t n = 0; n < controllers.Count(); ++n) {
                        if (controllers.Has(n, "GlobalNo") &&
@@ -244,7 +245,7 @@ int32_t GetRRWEThresholdValue(int32_t deviceClass, char* threshold, uint32_t thr
         return st::kNotFound;
     }
     const bool sasSata = deviceClass == 0;
-    da::Request request(sasSata ? "getSASSATARRWEThreshold" : "getPCIeRRWEThreshold");
+    da::Request request(sasSata ? vkacmd.getSASSATARRWEThreshold : vkacmd.getPCIeRRWEThreshold);
     request.Cli();
     const char* tag = sasSata ? "RRWEThresholdSasSata" : "RRWEThresholdPCIe";
     return Ask({"GetRRWEThresholdValue", nullptr, "GetRRWEThresholdValue: No DA Response\n"},
@@ -265,7 +266,7 @@ int32_t IsUserSizeParameterValidForReconfigure(const char* globalNo, const char*
                                                const char* sizeInBytes,
                                                std::string& presentLength) {
     presentLength.clear();
-    da::Request request("getVirtualDisk");
+    da::Request request(vkacmd.getVirtualDisk);
     request.Field("GlobalNo", globalNo, 20).Field("LogicalDriveNum", vdNum, 20).Cli();
     return Ask({"IsUserSizeParameterValidForReconfigure", nullptr, nullptr}, request, st::kNotFound,
                [&](const OCSXBuf* xml) {

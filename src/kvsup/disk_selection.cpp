@@ -10,9 +10,9 @@ namespace st = kvsup::status;
 
 namespace {
 
-constexpr uint32_t kHiddenBit = 0x80;        // never offered in a list
-constexpr uint32_t kDedicatedSpare = 0x100;  // dedicated hot spare
-constexpr uint32_t kInEnclosure = 0x400;     // three-part identifier
+constexpr uint32_t kHiddenBit = vk::diskattr::kHidden;  // never offered in a list
+constexpr uint32_t kDedicatedSpare = vk::diskattr::kDedicatedHotSpare;
+constexpr uint32_t kInEnclosure = vk::diskattr::kInEnclosure;  // three-part identifier
 
 // "channel:target" or "channel:enclosure:target".
 std::string DiskId(const StorageObjects& disks, std::size_t n, bool threeParts) {
@@ -45,7 +45,7 @@ enum class ListRule {
 struct ChannelWalk {
     const char* traceName;
     const char* allocTraceName;  // the disk walks share one allocation-failure text
-    const char* perChannelRequest;
+    vk::RequestName perChannelRequest;
     IdForm form;
     ListRule listRule;
     bool countListedOnly;
@@ -54,25 +54,25 @@ struct ChannelWalk {
 };
 
 // clang-format off
-constexpr ChannelWalk kPlainWalk   {"IsUserArrayDiskIdValid",      "IsUserArrayDiskIdValid", "getArrayDisksForChannel",  IdForm::kEnclosureBit,        ListRule::kNotHidden,         false,
+constexpr ChannelWalk kPlainWalk   {"IsUserArrayDiskIdValid",      "IsUserArrayDiskIdValid", vkacmd.getArrayDisksForChannel,  IdForm::kEnclosureBit,        ListRule::kNotHidden,         false,
                                     "kvsup IsUserArrayDiskIdValidIsUserADisk: first instance, poutvalidadrraydiskid is = ",
                                     "kvsup IsUserArrayDiskIdValidIsUserADisk: subsequent instance, poutvalidadrraydiskid is = "};
-constexpr ChannelWalk kHealthyWalk {"IsUserArrayDiskIdValid",      "IsUserArrayDiskIdValid", "getArrayDisksForChannel",  IdForm::kSasChannelEnclosure, ListRule::kHealthySolidState, false,
+constexpr ChannelWalk kHealthyWalk {"IsUserArrayDiskIdValid",      "IsUserArrayDiskIdValid", vkacmd.getArrayDisksForChannel,  IdForm::kSasChannelEnclosure, ListRule::kHealthySolidState, false,
                                     kPlainWalk.firstTrace, kPlainWalk.laterTrace};
-constexpr ChannelWalk kStateWalk   {"IsUserArrayDiskIdValidState", "IsUserArrayDiskIdValid", "getArrayDisksForChannel",  IdForm::kEnclosureBit,        ListRule::kWantedState,       true,
+constexpr ChannelWalk kStateWalk   {"IsUserArrayDiskIdValidState", "IsUserArrayDiskIdValid", vkacmd.getArrayDisksForChannel,  IdForm::kEnclosureBit,        ListRule::kWantedState,       true,
                                     kPlainWalk.firstTrace, kPlainWalk.laterTrace};
-constexpr ChannelWalk kTapeWalk    {"IsUserTapeDriveIdValid",      "IsUserTapeDriveIdValid", "getTapeDrivesForChannel",  IdForm::kTwoParts,            ListRule::kNotHidden,         false,
+constexpr ChannelWalk kTapeWalk    {"IsUserTapeDriveIdValid",      "IsUserTapeDriveIdValid", vkacmd.getTapeDrivesForChannel,  IdForm::kTwoParts,            ListRule::kNotHidden,         false,
                                     "kvsup IsUserTapeDriveIdValid: first instance, pOutValidTapeDriveIds is = ",
                                     "kvsup IsUserTapeDriveIdValid: subsequent instance, pOutValidTapeDriveIds is = "};
 
 // The conversion actions a disk of state 1 must also offer.
 struct StateAction {
     const char* action;
-    uint32_t currentBit;
+    vk::MethodBit current;  // read from CurrentMethodMask
 };
 constexpr StateAction kStateActions[] = {
-    {"convertRAIDtoNonRAID", 1u << 22},
-    {"convertNonRAIDtoRAID", 1u << 23},
+    {"convertRAIDtoNonRAID", vk::method::disk::kConvertRaidToNonRaid},
+    {"convertNonRAIDtoRAID", vk::method::disk::kConvertNonRaidToRaid},
 };
 // clang-format on
 
@@ -87,7 +87,7 @@ bool CheckFlagRefuses(uint32_t attributes, uint32_t match) {
 uint32_t ActionBit(const char* action) {
     for (const StateAction& row : kStateActions) {
         if (action != nullptr && strcmpCaseIgnore(action, row.action) == 0) {
-            return row.currentBit;
+            return row.current.bit;
         }
     }
     return 0;
@@ -127,9 +127,10 @@ int32_t WalkChannels(const ChannelWalk& walk, const char* userId, const char* gl
     const std::string_view user = Text(userId);
 
     const int32_t rc = Ask(
-        {walk.traceName, noBuffer1.c_str(), nullptr}, ControllerRequest("getController", globalNo),
-        st::kNotFound, [&](const OCSXBuf*) {
-            Fetched channelAnswer = Fetch(ControllerRequest("getChannelsForController", globalNo));
+        {walk.traceName, noBuffer1.c_str(), nullptr},
+        ControllerRequest(vkacmd.getController, globalNo), st::kNotFound, [&](const OCSXBuf*) {
+            Fetched channelAnswer =
+                Fetch(ControllerRequest(vkacmd.getChannelsForController, globalNo));
             if (channelAnswer.noBuffer) {
                 TraceLine(TRACE_LEVEL_DETAIL, noBuffer2);
                 return st::kNoBuffer;
@@ -203,13 +204,13 @@ int32_t WalkChannels(const ChannelWalk& walk, const char* userId, const char* gl
 
 // The getassoc pass-through: the disks associated with an object.
 da::Request AssociatedDisksRequest(const std::string& objId) {
-    da::Request request("sendPassThruCmdToQXSIF");
+    da::Request request(vkacmd.sendPassThruCmdToQXSIF);
     request.Entry("NumQXSIFArgs=3").Entry("param0=getassoc").Entry("param1=adisks");
     request.Pair("param2", objId);
     return request;
 }
 
-da::Request VirtualDiskRequest(std::string_view name, const char* globalNo, const char* vdNum) {
+da::Request VirtualDiskRequest(vk::RequestName name, const char* globalNo, const char* vdNum) {
     da::Request request(name);
     request.Field("GlobalNo", globalNo, 20).Field("LogicalDriveNum", vdNum, 20).Cli();
     return request;
@@ -258,7 +259,7 @@ int32_t IsUserArrayDiskIdValidDHS(const char* userId, const char* globalNo, cons
     ValidList list(validList);
     return Ask(
         {kName, nullptr, "IsUserArrayDiskIdValidDHS(): pRespObj is NULL \n", TRACE_LEVEL_MODULE},
-        VirtualDiskRequest("getCapsForDHS", globalNo, vdNum), st::kNotFound,
+        VirtualDiskRequest(vkacmd.getCapsForDHS, globalNo, vdNum), st::kNotFound,
         [&](const OCSXBuf* xml) {
             const StorageObjects disks(xml);
             int32_t result = st::kNotFound;
@@ -282,7 +283,7 @@ int32_t IsUserDHSValid(const char* userId, const char* globalNo, const char* vdN
     static constexpr const char* kName = "IsUserDHSValid";
     ValidList list(validList);
     return Ask(
-        {kName, nullptr, nullptr}, ControllerRequest("getVirtualDisksForController", globalNo),
+        {kName, nullptr, nullptr}, ControllerRequest(vkacmd.getVirtualDisksForController, globalNo),
         st::kNotFound, [&](const OCSXBuf* xml) {
             const StorageObjects vds(xml);
             std::string objId;
@@ -328,8 +329,9 @@ int32_t pUserSourceAdiskIdValid(const char* userId, const char* globalNo, const 
     static constexpr const char* kName = "pUserSourceAdiskIdValid";
     ValidList list(validList);
     const bool threeParts = ThreePartsLikeUser(Text(userId));
-    return Ask({kName, nullptr, nullptr}, VirtualDiskRequest("getVirtualDisk", globalNo, vdNum),
-               st::kNotFound, [&](const OCSXBuf* xml) {
+    return Ask({kName, nullptr, nullptr},
+               VirtualDiskRequest(vkacmd.getVirtualDisk, globalNo, vdNum), st::kNotFound,
+               [&](const OCSXBuf* xml) {
                    std::string objId;
                    if (!da::ReadNthTag(xml, "ObjID", 0, objId)) {
                        return st::kNotFound;
@@ -366,8 +368,8 @@ int32_t IsUserDestinationADiskIdValid(const char* userId, const char* globalNo, 
     ValidList list(validList);
     const bool threeParts = ThreePartsLikeUser(Text(userId));
     return Ask({"IsUserDestinationADiskIdValid", nullptr, nullptr},
-               VirtualDiskRequest("getCapsForMemberReplaceCLI", globalNo, vdNum), st::kNotFound,
-               [&](const OCSXBuf* xml) {
+               VirtualDiskRequest(vkacmd.getCapsForMemberReplaceCLI, globalNo, vdNum),
+               st::kNotFound, [&](const OCSXBuf* xml) {
                    const StorageObjects disks(xml);
                    int32_t result = st::kNotFound;
                    for (std::size_t n = 0; n < disks.Count(); ++n) {
@@ -385,7 +387,8 @@ int32_t IsUserDestinationADiskIdValid(const char* userId, const char* globalNo, 
 
 int32_t IsMemberReplaceAllowed(const char* globalNo, const char* vdNum) {
     return Ask({"IsMemberReplaceAllowed", nullptr, nullptr},
-               VirtualDiskRequest("getVirtualDisk", globalNo, vdNum), 1, [&](const OCSXBuf* xml) {
+               VirtualDiskRequest(vkacmd.getVirtualDisk, globalNo, vdNum), 1,
+               [&](const OCSXBuf* xml) {
                    std::string state;
                    return da::ReadNthTag(xml, "ObjState", 0, state) && state == "1" ? 0 : 1;
                });
@@ -394,8 +397,8 @@ int32_t IsMemberReplaceAllowed(const char* globalNo, const char* vdNum) {
 int32_t IsDedicateHotSpareAllowed(const char* globalNo, const char* vdNum, uint32_t addCount) {
     static constexpr uint32_t kMostDedicatedSpares = 16;
     return Ask({"IsDedicateHotSpareAllowed", nullptr, nullptr},
-               VirtualDiskRequest("getArrayDisksForVirtualDisk", globalNo, vdNum), st::kNotFound,
-               [&](const OCSXBuf* xml) {
+               VirtualDiskRequest(vkacmd.getArrayDisksForVirtualDisk, globalNo, vdNum),
+               st::kNotFound, [&](const OCSXBuf* xml) {
                    const StorageObjects disks(xml);
                    uint32_t spares = 0;
                    for (std::size_t n = 0; n < disks.Count(); ++n) {
@@ -407,7 +410,7 @@ int32_t IsDedicateHotSpareAllowed(const char* globalNo, const char* vdNum, uint3
                    if (spares == 0) {
                        return st::kOk;
                    }
-                   Fetched controller = Fetch(ControllerRequest("getController", globalNo));
+                   Fetched controller = Fetch(ControllerRequest(vkacmd.getController, globalNo));
                    if (controller.noBuffer) {
                        TraceLine(TRACE_LEVEL_DETAIL,
                                  "IsDedicateHotSpareAllowed: OCSXAllocBuf failed 2");
@@ -430,7 +433,7 @@ int32_t ReadDisk(const char* traceName, const char* noBufferLine, const char* us
                  const char* globalNo, Read&& read) {
     const bool threeParts = ThreePartsLikeUser(Text(userId));
     return Ask({traceName, noBufferLine, nullptr},
-               ControllerRequest("getArrayDisksForController", globalNo), 1,
+               ControllerRequest(vkacmd.getArrayDisksForController, globalNo), 1,
                [&](const OCSXBuf* xml) {
                    const StorageObjects disks(xml);
                    for (std::size_t n = 0; n < disks.Count(); ++n) {

@@ -35,7 +35,7 @@ enum class Filter {
 
 struct IdRow {
     const char* traceName;
-    const char* request;
+    vk::RequestName request;
     Scope scope;
     const char* keyTag;
     Form form;
@@ -46,16 +46,16 @@ struct IdRow {
 };
 
 // clang-format off
-constexpr IdRow kChannelRow    {"IsUserChannelIdValid",       "getChannelsForController",      Scope::kController, "Channel",         Form::kKeyTag, Filter::kAll,             false, nullptr, nullptr};
-constexpr IdRow kNVMeRow       {"IsUserNVMeChannelIdValid",   "getNVMeAdaptersForController",  Scope::kController, "Channel",         Form::kKeyTag, Filter::kAll,             false, nullptr, nullptr};
-constexpr IdRow kVirtualRow    {"IsUserVirtualDiskIdValid",   "getVirtualDisksForController",  Scope::kController, "LogicalDriveNum", Form::kKeyTag, Filter::kNotMember,       false, nullptr, nullptr};
-constexpr IdRow kCachecadeRow  {"IsUserVirtualDiskIdValid",   "getVirtualDisksForController",  Scope::kController, "LogicalDriveNum", Form::kKeyTag, Filter::kSolidStateCache, false, nullptr, nullptr};
-constexpr IdRow kBatteryRow    {"IsUserBatteryIdValidWithSize", "getBatteriesForController",   Scope::kController, "BatteryID",       Form::kKeyTag, Filter::kAll,             false, nullptr, nullptr};
-constexpr IdRow kArrayDiskRow  {"GetValidUserArrayDiskIds",   "getArrayDisksForController",    Scope::kController, "Channel",         Form::kChannelTarget, Filter::kAll,      false, nullptr, nullptr};
-constexpr IdRow kFanRow        {"IsUserFanIndexValid",        "getEnclosureFans",              Scope::kEnclosure,  "Index",           Form::kKeyTag, Filter::kAll,             false, nullptr, "IsUserFanIndexValid(): pRespObj is NULL\n"};
-constexpr IdRow kPwrSupplyRow  {"IsUserPwrSupplyIndexValid",  "getEnclosurePowerSupplies",     Scope::kEnclosure,  "Index",           Form::kKeyTag, Filter::kAll,             false, nullptr, "IsUserFanIndexValid(): pRespObj is NULL\n"};
-constexpr IdRow kEmmRow        {"IsUserEmmIndexValid",        "getEnclosureEMMs",              Scope::kEnclosure,  "Index",           Form::kKeyTag, Filter::kAll,             false, nullptr, "IsUserEmmIndexValid(): pRespObj is NULL\n"};
-constexpr IdRow kTempProbeRow  {"IsUserTempProbesIndexValid", "getEnclosureTemperatureProbes", Scope::kEnclosure,  "Index",           Form::kKeyTag, Filter::kAll,             false, nullptr, "IsUserEmmIndexValid(): pRespObj is NULL\n"};
+constexpr IdRow kChannelRow    {"IsUserChannelIdValid",       vkacmd.getChannelsForController,      Scope::kController, "Channel",         Form::kKeyTag, Filter::kAll,             false, nullptr, nullptr};
+constexpr IdRow kNVMeRow       {"IsUserNVMeChannelIdValid",   vkacmd.getNVMeAdaptersForController,  Scope::kController, "Channel",         Form::kKeyTag, Filter::kAll,             false, nullptr, nullptr};
+constexpr IdRow kVirtualRow    {"IsUserVirtualDiskIdValid",   vkacmd.getVirtualDisksForController,  Scope::kController, "LogicalDriveNum", Form::kKeyTag, Filter::kNotMember,       false, nullptr, nullptr};
+constexpr IdRow kCachecadeRow  {"IsUserVirtualDiskIdValid",   vkacmd.getVirtualDisksForController,  Scope::kController, "LogicalDriveNum", Form::kKeyTag, Filter::kSolidStateCache, false, nullptr, nullptr};
+constexpr IdRow kBatteryRow    {"IsUserBatteryIdValidWithSize", vkacmd.getBatteriesForController,   Scope::kController, "BatteryID",       Form::kKeyTag, Filter::kAll,             false, nullptr, nullptr};
+constexpr IdRow kArrayDiskRow  {"GetValidUserArrayDiskIds",   vkacmd.getArrayDisksForController,    Scope::kController, "Channel",         Form::kChannelTarget, Filter::kAll,      false, nullptr, nullptr};
+constexpr IdRow kFanRow        {"IsUserFanIndexValid",        vkacmd.getEnclosureFans,              Scope::kEnclosure,  "Index",           Form::kKeyTag, Filter::kAll,             false, nullptr, "IsUserFanIndexValid(): pRespObj is NULL\n"};
+constexpr IdRow kPwrSupplyRow  {"IsUserPwrSupplyIndexValid",  vkacmd.getEnclosurePowerSupplies,     Scope::kEnclosure,  "Index",           Form::kKeyTag, Filter::kAll,             false, nullptr, "IsUserFanIndexValid(): pRespObj is NULL\n"};
+constexpr IdRow kEmmRow        {"IsUserEmmIndexValid",        vkacmd.getEnclosureEMMs,              Scope::kEnclosure,  "Index",           Form::kKeyTag, Filter::kAll,             false, nullptr, "IsUserEmmIndexValid(): pRespObj is NULL\n"};
+constexpr IdRow kTempProbeRow  {"IsUserTempProbesIndexValid", vkacmd.getEnclosureTemperatureProbes, Scope::kEnclosure,  "Index",           Form::kKeyTag, Filter::kAll,             false, nullptr, "IsUserEmmIndexValid(): pRespObj is NULL\n"};
 // clang-format on
 
 struct WalkContext {
@@ -178,7 +178,7 @@ namespace st = kvsup::status;
 int32_t IsUserControllerIdValidWithSize(const char* userId, char* validList,
                                         uint32_t validListSize) {
     static constexpr IdRow kRow{"IsUserControllerIdValidWithSize",
-                                "getControllerList",
+                                vkacmd.getControllerList,
                                 Scope::kNone,
                                 "GlobalNo",
                                 Form::kKeyTag,
@@ -199,7 +199,7 @@ int32_t IsUserControllerIdValidWithSize(const char* userId, char* validList,
             }
             // A controller busy with automatic configuration takes no
             // commands although its number is valid.
-            Fetched state = Fetch(ControllerRequest("getController", userId));
+            Fetched state = Fetch(ControllerRequest(vkacmd.getController, userId));
             if (state.noBuffer) {
                 TraceLine(TRACE_LEVEL_DETAIL,
                           "IsUserControllerIdValidWithSize: OCSXAllocBuf failed");
@@ -282,7 +282,7 @@ int32_t IsUserEnclosureIdValidWithSize(const char* userEnclosure, const char* gl
     static constexpr const char* kName = "IsUserEnclosureIdValidWithSize";
     // Enclosures of one channel: stops at the first match.
     static constexpr IdRow kRow{kName,
-                                "getEnclosuresForChannel",
+                                vkacmd.getEnclosuresForChannel,
                                 Scope::kController,
                                 "ObjID",
                                 Form::kChannelEnclosure,
@@ -295,7 +295,7 @@ int32_t IsUserEnclosureIdValidWithSize(const char* userEnclosure, const char* gl
         *count = 0;
     }
     ValidList list(validList, validListSize);
-    da::Request request("getChannelsForController");
+    da::Request request(vkacmd.getChannelsForController);
     request.Field("GlobalNo", globalNo, 64).Cli();
     const int32_t rc =
         Ask({kName, nullptr, nullptr}, request, st::kNotFound, [&](const OCSXBuf* xml) {
@@ -342,7 +342,7 @@ int32_t IsUserTempProbesInputValid(const char* /*probeIndex*/, const char* userM
                                    std::string& validMaxRange) {
     validMinRange.clear();
     validMaxRange.clear();
-    da::Request request("getEnclosureTemperatureProbes");
+    da::Request request(vkacmd.getEnclosureTemperatureProbes);
     request.Field("GlobalNo", globalNo, 20).Field("Enclosure", enclosure, 20).Cli();
     return Ask({"IsUserTempProbesInputValid", nullptr,
                 "IsUserTempProbesInputValid(): pRespObj is NULL\n", TRACE_LEVEL_MODULE},

@@ -15,6 +15,9 @@
 
 namespace kvsup::detail {
 
+// Requests are named from the vocabulary the agent answers.
+using vk::vkacmd;
+
 // Text of a possibly null C string.
 inline std::string_view Text(const char* s) {
     return s != nullptr ? std::string_view(s) : "";
@@ -131,7 +134,7 @@ struct Fetched {
 Fetched Fetch(const da::Request& request, da::AllocOrder order = da::AllocOrder::kBufferFirst);
 
 // "vkacmd=<name>", "GlobalNo=<globalNo>" (20-byte field), "CLI=true".
-da::Request ControllerRequest(std::string_view name, const char* globalNo);
+da::Request ControllerRequest(vk::RequestName request, const char* globalNo);
 
 // Number of ':' in an identifier.
 std::size_t ColonCount(std::string_view id);

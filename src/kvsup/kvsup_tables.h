@@ -8,6 +8,7 @@
 #include <string>
 
 #include "keyword_map.h"
+#include "vocabulary.h"
 
 namespace kvsup {
 
@@ -33,14 +34,14 @@ enum class Masks {
 
 enum class MaskRule {
     kPlain,
-    kFallback,      // both bits clear: bit 0x20000000 answers instead
-    kSecureImport,  // kFallback, then current needs AttributesMask 0x8000000
+    kFallback,      // both bits clear: the foreign-configuration bit answers instead
+    kSecureImport,  // kFallback, then current needs the secure-import attribute
 };
 
 struct MaskRow {
     const char* action;
     Masks masks;
-    uint32_t bit;
+    vk::MethodBit operation;  // none for kAlways and kStorageRoot
     MaskRule rule;
 };
 
@@ -54,7 +55,9 @@ extern const std::span<const MaskTableRef> kMaskTables;
 // Empty when the table is sound, else its first fault: no rows, an action
 // without its keyword or listed twice (case ignored: only the first would
 // ever answer), a bit that is not one bit where the masks are read, a bit
-// where they are not, a fallback rule on other masks than the method masks.
+// where they are not, bits of two kinds of object in one table, a bit of
+// the other mask pair than the row reads, a fallback rule on other masks
+// than the method masks.
 std::string CheckMaskTable(std::span<const MaskRow> rows);
 
 }  // namespace kvsup

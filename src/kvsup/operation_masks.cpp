@@ -18,8 +18,10 @@ namespace st = kvsup::status;
 
 namespace {
 
-constexpr uint32_t kFallbackBit = 0x20000000;
-constexpr uint32_t kSecureImportAttribute = 0x8000000;
+using namespace vk::method;
+
+constexpr vk::MethodBit kNoBit{};
+constexpr const auto& kMethodTags = vk::kMethodMaskTags;
 
 using kvsup::MaskRow;
 using kvsup::Masks;
@@ -30,169 +32,169 @@ using R = Rule;
 
 // clang-format off
 constexpr MaskRow kStorageRows[] = {
-    {"globalrescan",                              M::kMethod, 0x1,  R::kPlain},
-    {"enablests",                                 M::kMethod, 0x2,  R::kPlain},
-    {"disablests",                                M::kMethod, 0x4,  R::kPlain},
-    {"setprotectionpolicies",                     M::kMethod, 0x8,  R::kPlain},
-    {"setremainingratedwriteendurancethreshold",  M::kMethod, 0x10, R::kPlain},
-    {"debug",                                     M::kAlways, 0,    R::kPlain},
-    {"setnonzorncertifiedmode",                   M::kAlways, 0,    R::kPlain},
+    {"globalrescan",                             M::kMethod, storage::kGlobalRescan,               R::kPlain},
+    {"enablests",                                M::kMethod, storage::kEnableSts,                  R::kPlain},
+    {"disablests",                               M::kMethod, storage::kDisableSts,                 R::kPlain},
+    {"setprotectionpolicies",                    M::kMethod, storage::kSetProtectionPolicies,      R::kPlain},
+    {"setremainingratedwriteendurancethreshold", M::kMethod, storage::kSetWriteEnduranceThreshold, R::kPlain},
+    {"debug",                                    M::kAlways, kNoBit,                               R::kPlain},
+    {"setnonzorncertifiedmode",                  M::kAlways, kNoBit,                               R::kPlain},
 };
 
 constexpr MaskRow kControllerRows[] = {
-    {"rescan",                        M::kMethod,  0x1,        R::kPlain},
-    {"flush",                         M::kMethod,  0x2,        R::kPlain},
-    {"enablealarm",                   M::kMethod,  0x4,        R::kPlain},
-    {"disablealarm",                  M::kMethod,  0x8,        R::kPlain},
-    {"quietalarm",                    M::kMethod,  0x10,       R::kPlain},
-    {"setrebuildrate",                M::kMethod,  0x20,       R::kPlain},
-    {"createvdisk",                   M::kMethod,  0x40,       R::kPlain},
-    {"resetconfig",                   M::kMethod,  0x80,       R::kPlain},
-    {"exportlog",                     M::kMethod,  0x100,      R::kPlain},
-    {"pauseio",                       M::kMethod,  0x200,      R::kPlain},
-    {"resumeio",                      M::kMethod,  0x400,      R::kPlain},
-    {"testalarm",                     M::kMethod,  0x800,      R::kPlain},
-    {"setbgirate",                    M::kMethod,  0x2000,     R::kPlain},
-    {"setcheckconsistencyrate",       M::kMethod,  0x4000,     R::kPlain},
-    {"setpatrolreadrate",             M::kMethod,  0x8000,     R::kPlain},
-    {"setreconstructrate",            M::kMethod,  0x10000,    R::kPlain},
-    {"dumpevents",                    M::kMethod,  0x80000,    R::kPlain},
-    {"setpatrolreadmode",             M::kMethod,  0x100000,   R::kPlain},
-    {"startpatrolread",               M::kMethod,  0x200000,   R::kPlain},
-    {"stoppatrolread",                M::kMethod,  0x400000,   R::kPlain},
-    {"clearforeignconfig",            M::kMethod,  0x800000,   R::kFallback},
-    {"importforeignconfig",           M::kMethod,  0x1000000,  R::kPlain},
-    {"importrecoverforeignconfig",    M::kMethod,  0x2000000,  R::kFallback},
-    {"importsecureforeignconfig",     M::kMethod,  0x2000000,  R::kSecureImport},
-    {"setchangecontrollerproperties", M::kMethod,  0x4000000,  R::kPlain},
-    {"changedrivecache",              M::kMethod,  0x8000000,  R::kPlain},
-    {"discardpreservedcache",         M::kMethod,  0x10000000, R::kPlain},
-    {"unlockdkmforeignconfig",        M::kMethod,  0x40000000, R::kPlain},
-    {"createsecuritykey",             M::kMethod,  0x40000000, R::kPlain},
-    {"enabledkm",                     M::kMethod,  0x40000000, R::kPlain},
-    {"rekeydkm",                      M::kMethod,  0x40000000, R::kPlain},
-    {"deletesecuritykey",             M::kMethod,  0x40000000, R::kPlain},
-    {"changesecuritykey",             M::kMethod,  0x40000000, R::kPlain},
-    {"enablelkm",                     M::kMethod,  0x40000000, R::kPlain},
-    {"rekeylkm",                      M::kMethod,  0x40000000, R::kPlain},
-    {"switchtolkm",                   M::kMethod,  0x40000000, R::kPlain},
-    {"switchtodkm",                   M::kMethod,  0x40000000, R::kPlain},
-    {"createcachecade",               M::kMethod1, 0x1,        R::kPlain},
-    {"convertNonRAIDtoRAID",          M::kMethod1, 0x2,        R::kPlain},
-    {"convertRAIDtoNonRAID",          M::kMethod1, 0x4,        R::kPlain},
-    {"setcontrollermode",             M::kMethod1, 0x8,        R::kPlain},
-    {"autoconfigureRAID0",            M::kMethod1, 0x10,       R::kPlain},
-    {"setpdiskpwrmanagement",         M::kAlways,  0,          R::kPlain},
+    {"rescan",                        M::kMethod,  controller::kRescan,                     R::kPlain},
+    {"flush",                         M::kMethod,  controller::kFlush,                      R::kPlain},
+    {"enablealarm",                   M::kMethod,  controller::kEnableAlarm,                R::kPlain},
+    {"disablealarm",                  M::kMethod,  controller::kDisableAlarm,               R::kPlain},
+    {"quietalarm",                    M::kMethod,  controller::kQuietAlarm,                 R::kPlain},
+    {"setrebuildrate",                M::kMethod,  controller::kSetRebuildRate,             R::kPlain},
+    {"createvdisk",                   M::kMethod,  controller::kCreateVdisk,                R::kPlain},
+    {"resetconfig",                   M::kMethod,  controller::kResetConfig,                R::kPlain},
+    {"exportlog",                     M::kMethod,  controller::kExportLog,                  R::kPlain},
+    {"pauseio",                       M::kMethod,  controller::kPauseIo,                    R::kPlain},
+    {"resumeio",                      M::kMethod,  controller::kResumeIo,                   R::kPlain},
+    {"testalarm",                     M::kMethod,  controller::kTestAlarm,                  R::kPlain},
+    {"setbgirate",                    M::kMethod,  controller::kSetBgiRate,                 R::kPlain},
+    {"setcheckconsistencyrate",       M::kMethod,  controller::kSetCheckConsistencyRate,    R::kPlain},
+    {"setpatrolreadrate",             M::kMethod,  controller::kSetPatrolReadRate,          R::kPlain},
+    {"setreconstructrate",            M::kMethod,  controller::kSetReconstructRate,         R::kPlain},
+    {"dumpevents",                    M::kMethod,  controller::kDumpEvents,                 R::kPlain},
+    {"setpatrolreadmode",             M::kMethod,  controller::kSetPatrolReadMode,          R::kPlain},
+    {"startpatrolread",               M::kMethod,  controller::kStartPatrolRead,            R::kPlain},
+    {"stoppatrolread",                M::kMethod,  controller::kStopPatrolRead,             R::kPlain},
+    {"clearforeignconfig",            M::kMethod,  controller::kClearForeignConfig,         R::kFallback},
+    {"importforeignconfig",           M::kMethod,  controller::kImportForeignConfig,        R::kPlain},
+    {"importrecoverforeignconfig",    M::kMethod,  controller::kImportRecoverForeignConfig, R::kFallback},
+    {"importsecureforeignconfig",     M::kMethod,  controller::kImportRecoverForeignConfig, R::kSecureImport},
+    {"setchangecontrollerproperties", M::kMethod,  controller::kChangeProperties,           R::kPlain},
+    {"changedrivecache",              M::kMethod,  controller::kChangeDriveCache,           R::kPlain},
+    {"discardpreservedcache",         M::kMethod,  controller::kDiscardPreservedCache,      R::kPlain},
+    {"unlockdkmforeignconfig",        M::kMethod,  controller::kSecurityKey,                R::kPlain},
+    {"createsecuritykey",             M::kMethod,  controller::kSecurityKey,                R::kPlain},
+    {"enabledkm",                     M::kMethod,  controller::kSecurityKey,                R::kPlain},
+    {"rekeydkm",                      M::kMethod,  controller::kSecurityKey,                R::kPlain},
+    {"deletesecuritykey",             M::kMethod,  controller::kSecurityKey,                R::kPlain},
+    {"changesecuritykey",             M::kMethod,  controller::kSecurityKey,                R::kPlain},
+    {"enablelkm",                     M::kMethod,  controller::kSecurityKey,                R::kPlain},
+    {"rekeylkm",                      M::kMethod,  controller::kSecurityKey,                R::kPlain},
+    {"switchtolkm",                   M::kMethod,  controller::kSecurityKey,                R::kPlain},
+    {"switchtodkm",                   M::kMethod,  controller::kSecurityKey,                R::kPlain},
+    {"createcachecade",               M::kMethod1, controller::kCreateCachecade,            R::kPlain},
+    {"convertNonRAIDtoRAID",          M::kMethod1, controller::kConvertNonRaidToRaid,       R::kPlain},
+    {"convertRAIDtoNonRAID",          M::kMethod1, controller::kConvertRaidToNonRaid,       R::kPlain},
+    {"setcontrollermode",             M::kMethod1, controller::kSetControllerMode,          R::kPlain},
+    {"autoconfigureRAID0",            M::kMethod1, controller::kAutoConfigureRaid0,         R::kPlain},
+    {"setpdiskpwrmanagement",         M::kAlways,  kNoBit,                                  R::kPlain},
 };
 
 constexpr MaskRow kChannelRows[] = {
-    {"rescan", M::kMethod, 0x1, R::kPlain},
+    {"rescan", M::kMethod, connector::kRescan, R::kPlain},
 };
 
 constexpr MaskRow kNVMeAdapterRows[] = {
-    {"rescan",             M::kMethod, 0x1,       R::kPlain},
-    {"cryptographicerase", M::kMethod, 0x200000,  R::kPlain},
-    {"exportlog",          M::kMethod, 0x4000000, R::kPlain},
+    {"rescan",             M::kMethod, nvme::kRescan,             R::kPlain},
+    {"cryptographicerase", M::kMethod, nvme::kCryptographicErase, R::kPlain},
+    {"exportlog",          M::kMethod, nvme::kExportLog,          R::kPlain},
 };
 
 constexpr MaskRow kEnclosureRows[] = {
-    {"enablealarm",        M::kMethod,      0x1,   R::kPlain},
-    {"disablealarm",       M::kMethod,      0x2,   R::kPlain},
-    {"setservicetag",      M::kMethod,      0x4,   R::kPlain},
-    {"setassettag",        M::kMethod,      0x4,   R::kPlain},
-    {"setassetname",       M::kMethod,      0x4,   R::kPlain},
-    {"settempprobes",      M::kMethod,      0x8,   R::kPlain},
-    {"resettempprobes",    M::kMethod,      0x8,   R::kPlain},
-    {"blink",              M::kMethod,      0x40,  R::kPlain},
-    {"setalltempprobes",   M::kMethod,      0x80,  R::kPlain},
-    {"resetalltempprobes", M::kMethod,      0x80,  R::kPlain},
-    {"unblink",            M::kMethod,      0x100, R::kPlain},
-    {"pdslotreport",       M::kMethod,      0x200, R::kPlain},
-    {"enablests",          M::kStorageRoot, 0,     R::kPlain},
-    {"disablests",         M::kStorageRoot, 0,     R::kPlain},
+    {"enablealarm",        M::kMethod,      enclosure::kEnableAlarm,   R::kPlain},
+    {"disablealarm",       M::kMethod,      enclosure::kDisableAlarm,  R::kPlain},
+    {"setservicetag",      M::kMethod,      enclosure::kAssetData,     R::kPlain},
+    {"setassettag",        M::kMethod,      enclosure::kAssetData,     R::kPlain},
+    {"setassetname",       M::kMethod,      enclosure::kAssetData,     R::kPlain},
+    {"settempprobes",      M::kMethod,      enclosure::kTempProbes,    R::kPlain},
+    {"resettempprobes",    M::kMethod,      enclosure::kTempProbes,    R::kPlain},
+    {"blink",              M::kMethod,      enclosure::kBlink,         R::kPlain},
+    {"setalltempprobes",   M::kMethod,      enclosure::kAllTempProbes, R::kPlain},
+    {"resetalltempprobes", M::kMethod,      enclosure::kAllTempProbes, R::kPlain},
+    {"unblink",            M::kMethod,      enclosure::kUnblink,       R::kPlain},
+    {"pdslotreport",       M::kMethod,      enclosure::kSlotReport,    R::kPlain},
+    {"enablests",          M::kStorageRoot, kNoBit,                    R::kPlain},
+    {"disablests",         M::kStorageRoot, kNoBit,                    R::kPlain},
 };
 
 constexpr MaskRow kBatteryRows[] = {
-    {"recondition", M::kMethod, 0x1, R::kPlain},
-    {"startlearn",  M::kMethod, 0x2, R::kPlain},
-    {"delaylearn",  M::kMethod, 0x4, R::kPlain},
+    {"recondition", M::kMethod, battery::kRecondition, R::kPlain},
+    {"startlearn",  M::kMethod, battery::kStartLearn,  R::kPlain},
+    {"delaylearn",  M::kMethod, battery::kDelayLearn,  R::kPlain},
 };
 
 constexpr MaskRow kArrayDiskRows[] = {
-    {"blink",                   M::kMethod,      0x1,        R::kPlain},
-    {"unblink",                 M::kMethod,      0x2,        R::kPlain},
-    {"diag",                    M::kMethod,      0x4,        R::kPlain},
-    {"canceldiag",              M::kMethod,      0x8,        R::kPlain},
-    {"assignglobalhotspare",    M::kMethod,      0x10,       R::kPlain},
-    {"unassignglobalhotspare",  M::kMethod,      0x20,       R::kPlain},
-    {"online",                  M::kMethod,      0x40,       R::kPlain},
-    {"offline",                 M::kMethod,      0x80,       R::kPlain},
-    {"remove",                  M::kMethod,      0x100,      R::kPlain},
-    {"format",                  M::kMethod,      0x200,      R::kPlain},
-    {"rebuild",                 M::kMethod,      0x400,      R::kPlain},
-    {"cancelrebuild",           M::kMethod,      0x800,      R::kPlain},
-    {"initialize",              M::kMethod,      0x1000,     R::kPlain},
-    {"verify",                  M::kMethod,      0x2000,     R::kPlain},
-    {"cancelverify",            M::kMethod,      0x4000,     R::kPlain},
-    {"removedeadsegments",      M::kMethod,      0x8000,     R::kPlain},
-    {"clear",                   M::kMethod,      0x10000,    R::kPlain},
-    {"cancelclear",             M::kMethod,      0x20000,    R::kPlain},
-    {"cancelreplacemember",     M::kMethod,      0x80000,    R::kPlain},
-    {"instantsecureerase",      M::kCurrentOnly, 0x200000,   R::kPlain},
-    {"cryptographicerase",      M::kCurrentOnly, 0x200000,   R::kPlain},
-    {"convertRAIDtoNonRAID",    M::kCurrentOnly, 0x400000,   R::kPlain},
-    {"convertNonRAIDtoRAID",    M::kCurrentOnly, 0x800000,   R::kPlain},
-    {"enabledevicewritecache",  M::kCurrentOnly, 0x1000000,  R::kPlain},
-    {"disabledevicewritecache", M::kCurrentOnly, 0x2000000,  R::kPlain},
-    {"exportlog",               M::kCurrentOnly, 0x4000000,  R::kPlain},
-    {"addtocachepool",          M::kMethod,      0x8000000,  R::kPlain},
-    {"removefromcachepool",     M::kMethod,      0x10000000, R::kPlain},
-    {"reactivate",              M::kMethod,      0x20000000, R::kPlain},
-    {"setarraydiskcache",       M::kMasterOnly,  0x20,       R::kPlain},  // same bit as unassignglobalhotspare
+    {"blink",                   M::kMethod,      disk::kBlink,                  R::kPlain},
+    {"unblink",                 M::kMethod,      disk::kUnblink,                R::kPlain},
+    {"diag",                    M::kMethod,      disk::kDiag,                   R::kPlain},
+    {"canceldiag",              M::kMethod,      disk::kCancelDiag,             R::kPlain},
+    {"assignglobalhotspare",    M::kMethod,      disk::kAssignGlobalHotSpare,   R::kPlain},
+    {"unassignglobalhotspare",  M::kMethod,      disk::kUnassignGlobalHotSpare, R::kPlain},
+    {"online",                  M::kMethod,      disk::kOnline,                 R::kPlain},
+    {"offline",                 M::kMethod,      disk::kOffline,                R::kPlain},
+    {"remove",                  M::kMethod,      disk::kRemove,                 R::kPlain},
+    {"format",                  M::kMethod,      disk::kFormat,                 R::kPlain},
+    {"rebuild",                 M::kMethod,      disk::kRebuild,                R::kPlain},
+    {"cancelrebuild",           M::kMethod,      disk::kCancelRebuild,          R::kPlain},
+    {"initialize",              M::kMethod,      disk::kInitialize,             R::kPlain},
+    {"verify",                  M::kMethod,      disk::kVerify,                 R::kPlain},
+    {"cancelverify",            M::kMethod,      disk::kCancelVerify,           R::kPlain},
+    {"removedeadsegments",      M::kMethod,      disk::kRemoveDeadSegments,     R::kPlain},
+    {"clear",                   M::kMethod,      disk::kClear,                  R::kPlain},
+    {"cancelclear",             M::kMethod,      disk::kCancelClear,            R::kPlain},
+    {"cancelreplacemember",     M::kMethod,      disk::kCancelReplaceMember,    R::kPlain},
+    {"instantsecureerase",      M::kCurrentOnly, disk::kSecureErase,            R::kPlain},
+    {"cryptographicerase",      M::kCurrentOnly, disk::kSecureErase,            R::kPlain},
+    {"convertRAIDtoNonRAID",    M::kCurrentOnly, disk::kConvertRaidToNonRaid,   R::kPlain},
+    {"convertNonRAIDtoRAID",    M::kCurrentOnly, disk::kConvertNonRaidToRaid,   R::kPlain},
+    {"enabledevicewritecache",  M::kCurrentOnly, disk::kEnableWriteCache,       R::kPlain},
+    {"disabledevicewritecache", M::kCurrentOnly, disk::kDisableWriteCache,      R::kPlain},
+    {"exportlog",               M::kCurrentOnly, disk::kExportLog,              R::kPlain},
+    {"addtocachepool",          M::kMethod,      disk::kAddToCachePool,         R::kPlain},
+    {"removefromcachepool",     M::kMethod,      disk::kRemoveFromCachePool,    R::kPlain},
+    {"reactivate",              M::kMethod,      disk::kReactivate,             R::kPlain},
+    {"setarraydiskcache",       M::kMasterOnly,  disk::kUnassignGlobalHotSpare, R::kPlain},  // same bit as unassignglobalhotspare
 };
 
 constexpr MaskRow kVirtualDiskRows[] = {
-    {"reconfigure",             M::kMethod, 0x1,        R::kPlain},
-    {"format",                  M::kMethod, 0x2,        R::kPlain},
-    {"cancelformat",            M::kMethod, 0x4,        R::kPlain},
-    {"restoresegments",         M::kMethod, 0x8,        R::kPlain},
-    {"deletevdisk",             M::kMethod, 0x10,       R::kPlain},
-    {"deletecachecade",         M::kMethod, 0x10,       R::kPlain},
-    {"checkconsistency",        M::kMethod, 0x20,       R::kPlain},
-    {"initialize",              M::kMethod, 0x40,       R::kPlain},
-    {"assigndedicatedhotspare", M::kMethod, 0x80,       R::kPlain},
-    {"blink",                   M::kMethod, 0x100,      R::kPlain},
-    {"unblink",                 M::kMethod, 0x200,      R::kPlain},
-    {"rename",                  M::kMethod, 0x400,      R::kPlain},
-    {"cancelcheckconsistency",  M::kMethod, 0x800,      R::kPlain},
-    {"cancelinitialize",        M::kMethod, 0x1000,     R::kPlain},
-    {"splitmirror",             M::kMethod, 0x2000,     R::kPlain},
-    {"unmirror",                M::kMethod, 0x4000,     R::kPlain},
-    {"cancelrebuild",           M::kMethod, 0x8000,     R::kPlain},
-    {"pausecheckconsistency",   M::kMethod, 0x10000,    R::kPlain},
-    {"resumecheckconsistency",  M::kMethod, 0x20000,    R::kPlain},
-    {"cancelreconfigure",       M::kMethod, 0x40000,    R::kPlain},
-    {"changepolicy",            M::kMethod, 0x80000,    R::kPlain},
-    {"cancelbginitialize",      M::kMethod, 0x100000,   R::kPlain},
-    {"slowinit",                M::kMethod, 0x400000,   R::kPlain},
-    {"fastinit",                M::kMethod, 0x800000,   R::kPlain},
-    {"replacememberdisk",       M::kMethod, 0x1000000,  R::kPlain},
-    {"clearvdbadblocks",        M::kMethod, 0x4000000,  R::kPlain},
-    {"SecureVD",                M::kMethod, 0x8000000,  R::kPlain},
-    {"resize",                  M::kMethod, 0x10000000, R::kPlain},
-    {"enabletarncache",         M::kMethod, 0x20000000, R::kPlain},
-    {"disabletarncache",        M::kMethod, 0x40000000, R::kPlain},
-    {"reactivate",              M::kMethod, 0x80000000, R::kPlain},
+    {"reconfigure",             M::kMethod, vdisk::kReconfigure,             R::kPlain},
+    {"format",                  M::kMethod, vdisk::kFormat,                  R::kPlain},
+    {"cancelformat",            M::kMethod, vdisk::kCancelFormat,            R::kPlain},
+    {"restoresegments",         M::kMethod, vdisk::kRestoreSegments,         R::kPlain},
+    {"deletevdisk",             M::kMethod, vdisk::kDelete,                  R::kPlain},
+    {"deletecachecade",         M::kMethod, vdisk::kDelete,                  R::kPlain},
+    {"checkconsistency",        M::kMethod, vdisk::kCheckConsistency,        R::kPlain},
+    {"initialize",              M::kMethod, vdisk::kInitialize,              R::kPlain},
+    {"assigndedicatedhotspare", M::kMethod, vdisk::kAssignDedicatedHotSpare, R::kPlain},
+    {"blink",                   M::kMethod, vdisk::kBlink,                   R::kPlain},
+    {"unblink",                 M::kMethod, vdisk::kUnblink,                 R::kPlain},
+    {"rename",                  M::kMethod, vdisk::kRename,                  R::kPlain},
+    {"cancelcheckconsistency",  M::kMethod, vdisk::kCancelCheckConsistency,  R::kPlain},
+    {"cancelinitialize",        M::kMethod, vdisk::kCancelInitialize,        R::kPlain},
+    {"splitmirror",             M::kMethod, vdisk::kSplitMirror,             R::kPlain},
+    {"unmirror",                M::kMethod, vdisk::kUnmirror,                R::kPlain},
+    {"cancelrebuild",           M::kMethod, vdisk::kCancelRebuild,           R::kPlain},
+    {"pausecheckconsistency",   M::kMethod, vdisk::kPauseCheckConsistency,   R::kPlain},
+    {"resumecheckconsistency",  M::kMethod, vdisk::kResumeCheckConsistency,  R::kPlain},
+    {"cancelreconfigure",       M::kMethod, vdisk::kCancelReconfigure,       R::kPlain},
+    {"changepolicy",            M::kMethod, vdisk::kChangePolicy,            R::kPlain},
+    {"cancelbginitialize",      M::kMethod, vdisk::kCancelBgInitialize,      R::kPlain},
+    {"slowinit",                M::kMethod, vdisk::kSlowInit,                R::kPlain},
+    {"fastinit",                M::kMethod, vdisk::kFastInit,                R::kPlain},
+    {"replacememberdisk",       M::kMethod, vdisk::kReplaceMember,           R::kPlain},
+    {"clearvdbadblocks",        M::kMethod, vdisk::kClearBadBlocks,          R::kPlain},
+    {"SecureVD",                M::kMethod, vdisk::kSecure,                  R::kPlain},
+    {"resize",                  M::kMethod, vdisk::kResize,                  R::kPlain},
+    {"enabletarncache",         M::kMethod, vdisk::kEnableCache,             R::kPlain},
+    {"disabletarncache",        M::kMethod, vdisk::kDisableCache,            R::kPlain},
+    {"reactivate",              M::kMethod, vdisk::kReactivateCache,         R::kPlain},
 };
 
 constexpr MaskRow kPartitionRows[] = {
-    {"enabletarncache",  M::kMethod, 0x20000000, R::kPlain},
-    {"disabletarncache", M::kMethod, 0x40000000, R::kPlain},
-    {"reactivate",       M::kMethod, 0x80000000, R::kPlain},
+    {"enabletarncache",  M::kMethod, partition::kEnableCache,     R::kPlain},
+    {"disabletarncache", M::kMethod, partition::kDisableCache,    R::kPlain},
+    {"reactivate",       M::kMethod, partition::kReactivateCache, R::kPlain},
 };
 
 constexpr MaskRow kCachedLunRows[] = {
-    {"disablewithdiscard", M::kMethod, 0x1, R::kPlain},
+    {"disablewithdiscard", M::kMethod, cachedlun::kDisableWithDiscard, R::kPlain},
 };
 
 constexpr auto kMaskTableList = std::to_array<kvsup::MaskTableRef>({
@@ -234,29 +236,31 @@ const MaskRow* FindRow(std::span<const MaskRow> rows, const char* action) {
 // One row against one object's masks. kStorageRoot is resolved by the
 // caller before this is reached.
 Answer Evaluate(const MaskRow& row, const ObjectMasks& m) {
+    const uint32_t bit = row.operation.bit;
     Answer a;
     switch (row.masks) {
         case Masks::kMethod:
         case Masks::kStorageRoot:
-            a = {m.master & row.bit, m.current & row.bit};
+            a = {m.master & bit, m.current & bit};
             break;
         case Masks::kMethod1:
-            a = {m.master1 & row.bit, m.current1 & row.bit};
+            a = {m.master1 & bit, m.current1 & bit};
             break;
         case Masks::kCurrentOnly:
-            a.supported = a.current = m.current & row.bit;
+            a.supported = a.current = m.current & bit;
             break;
         case Masks::kMasterOnly:
-            a.supported = a.current = m.master & row.bit;
+            a.supported = a.current = m.master & bit;
             break;
         case Masks::kAlways:
             return {1, 1};
     }
     if (row.rule != Rule::kPlain && a.supported == 0 && a.current == 0) {
-        a = {m.master & kFallbackBit, m.current & kFallbackBit};
+        const uint32_t fallback = controller::kForeignConfig.bit;
+        a = {m.master & fallback, m.current & fallback};
     }
     if (row.rule == Rule::kSecureImport && a.current != 0 &&
-        (m.attributes & kSecureImportAttribute) == 0) {
+        (m.attributes & vk::ctrlattr::kSecureForeignImport) == 0) {
         a = {0, 0};
     }
     return a;
@@ -272,7 +276,7 @@ enum class Match {
 
 struct ObjectKind {
     const char* traceName;
-    const char* request;
+    vk::RequestName request;
     const char* keyTag;
     Match match;
     std::span<const MaskRow> rows;
@@ -282,16 +286,16 @@ struct ObjectKind {
 };
 
 // clang-format off
-constexpr ObjectKind kController  {"IsUserOperationValidForController", "getControllerList",            "GlobalNo",        Match::kKeyTag,       kControllerRows,  "IsUserOperationValidForController: OCSXAllocBuf failed",  "IsUserOperationValidForController: OCSXAllocBuf failed:",  false};
-constexpr ObjectKind kChannel     {"IsUserOperationValidForChannel",    "getChannelsForController",     "Channel",         Match::kKeyTag,       kChannelRows,     "IsUserOperationValidForChannel: OCSXAllocBuf failed",     "IsUserOperationValidForChannel: OCSXAllocBuf failed:",     false};
-constexpr ObjectKind kNVMeAdapter {"IsUserOperationValidForNVMeAdapter","getNVMeAdaptersForController", "Channel",         Match::kKeyTag,       kNVMeAdapterRows, "IsUserOperationValidForNVMeAdapter: OCSXAllocBuf failed", "IsUserOperationValidForNVMeAdapter: OCSXAllocBuf failed:", false};
-constexpr ObjectKind kEnclosure   {"IsUserOperationValidForEnclosure",  "getEnclosuresForController",   "Channel",         Match::kEnclosure,    kEnclosureRows,   "IsUserOperationValidForEnclosure: OCSXAllocBuf failed",   "IsUserOperationValidForEnclosure: OCSXAllocBuf failed:",   false};
-constexpr ObjectKind kBattery     {"IsUserOperationValidForBattery",    "getBatteriesForController",    "BatteryID",       Match::kKeyTag,       kBatteryRows,     "IsUserOperationValidForBattery: OCSXAllocBuf failed",     "IsUserOperationValidForBattery: OCSXAllocBuf failed:",     false};
-constexpr ObjectKind kArrayDisk   {"IsUserOperationValidForArrayDisk",  "getArrayDisksForController",   "TargetID",        Match::kDiskLikeUser, kArrayDiskRows,   "IsUserOperationValidForArrayDisk(): OCSXAllocBuf() failed!!\n", "IsUserOperationValidForArrayDisk(): OCSXAllocBuf() failed!!\n", false};
-constexpr ObjectKind kVirtualDisk {"IsUserOperationValidForVirtualDisk","getVirtualDisksForController", "LogicalDriveNum", Match::kKeyTag,       kVirtualDiskRows, "IsUserOperationValidForVirtualDisk: OCSXAllocBuf failed:", "IsUserOperationValidForVirtualDisk: OCSXAllocBuf failed:", true};
-constexpr ObjectKind kPartition   {"IsUserOperationValidForPartition",  "getPartitionsForVirtualDisk",  "PartitionPath",   Match::kKeyTag,       kPartitionRows,   "IsUserOperationValidForPartition: OCSXAllocBuf failed:",   "IsUserOperationValidForPartition: OCSXAllocBuf failed:",   true};
-constexpr ObjectKind kCachedLun   {"IsUserInputValidForCachedluns",     "getAllCachedLuns",             "CacheLunName",    Match::kKeyTag,       kCachedLunRows,   "IsUserOperationValidForPartition: OCSXAllocBuf failed:",   "IsUserOperationValidForPartition: OCSXAllocBuf failed:",   true};
-constexpr ObjectKind kStorage     {"IsUserOperationValidForStorageObject", "sendPassThruCmdToQXSIF",    nullptr,           Match::kFirst,        kStorageRows,     nullptr, nullptr, false};
+constexpr ObjectKind kController  {"IsUserOperationValidForController", vkacmd.getControllerList,            "GlobalNo",        Match::kKeyTag,       kControllerRows,  "IsUserOperationValidForController: OCSXAllocBuf failed",  "IsUserOperationValidForController: OCSXAllocBuf failed:",  false};
+constexpr ObjectKind kChannel     {"IsUserOperationValidForChannel",    vkacmd.getChannelsForController,     "Channel",         Match::kKeyTag,       kChannelRows,     "IsUserOperationValidForChannel: OCSXAllocBuf failed",     "IsUserOperationValidForChannel: OCSXAllocBuf failed:",     false};
+constexpr ObjectKind kNVMeAdapter {"IsUserOperationValidForNVMeAdapter",vkacmd.getNVMeAdaptersForController, "Channel",         Match::kKeyTag,       kNVMeAdapterRows, "IsUserOperationValidForNVMeAdapter: OCSXAllocBuf failed", "IsUserOperationValidForNVMeAdapter: OCSXAllocBuf failed:", false};
+constexpr ObjectKind kEnclosure   {"IsUserOperationValidForEnclosure",  vkacmd.getEnclosuresForController,   "Channel",         Match::kEnclosure,    kEnclosureRows,   "IsUserOperationValidForEnclosure: OCSXAllocBuf failed",   "IsUserOperationValidForEnclosure: OCSXAllocBuf failed:",   false};
+constexpr ObjectKind kBattery     {"IsUserOperationValidForBattery",    vkacmd.getBatteriesForController,    "BatteryID",       Match::kKeyTag,       kBatteryRows,     "IsUserOperationValidForBattery: OCSXAllocBuf failed",     "IsUserOperationValidForBattery: OCSXAllocBuf failed:",     false};
+constexpr ObjectKind kArrayDisk   {"IsUserOperationValidForArrayDisk",  vkacmd.getArrayDisksForController,   "TargetID",        Match::kDiskLikeUser, kArrayDiskRows,   "IsUserOperationValidForArrayDisk(): OCSXAllocBuf() failed!!\n", "IsUserOperationValidForArrayDisk(): OCSXAllocBuf() failed!!\n", false};
+constexpr ObjectKind kVirtualDisk {"IsUserOperationValidForVirtualDisk",vkacmd.getVirtualDisksForController, "LogicalDriveNum", Match::kKeyTag,       kVirtualDiskRows, "IsUserOperationValidForVirtualDisk: OCSXAllocBuf failed:", "IsUserOperationValidForVirtualDisk: OCSXAllocBuf failed:", true};
+constexpr ObjectKind kPartition   {"IsUserOperationValidForPartition",  vkacmd.getPartitionsForVirtualDisk,  "PartitionPath",   Match::kKeyTag,       kPartitionRows,   "IsUserOperationValidForPartition: OCSXAllocBuf failed:",   "IsUserOperationValidForPartition: OCSXAllocBuf failed:",   true};
+constexpr ObjectKind kCachedLun   {"IsUserInputValidForCachedluns",     vkacmd.getAllCachedLuns,             "CacheLunName",    Match::kKeyTag,       kCachedLunRows,   "IsUserOperationValidForPartition: OCSXAllocBuf failed:",   "IsUserOperationValidForPartition: OCSXAllocBuf failed:",   true};
+constexpr ObjectKind kStorage     {"IsUserOperationValidForStorageObject", vkacmd.sendPassThruCmdToQXSIF,    nullptr,           Match::kFirst,        kStorageRows,     nullptr, nullptr, false};
 // clang-format on
 
 bool Matches(const ObjectKind& kind, const StorageObjects& objects, std::size_t n,
@@ -387,10 +391,10 @@ int32_t Check(const ObjectKind& kind, const da::Request& request, const char* ac
                        return listRequired ? st::kNoSuchPartition : st::kOk;
                    }
                    ObjectMasks m;
-                   m.master = objects.Mask(found, "MasterMethodMask");
-                   m.current = objects.Mask(found, "CurrentMethodMask");
-                   m.master1 = objects.Mask(found, "MasterMethodMask1");
-                   m.current1 = objects.Mask(found, "CurrentMethodMask1");
+                   m.master = objects.Mask(found, kMethodTags[0].master);
+                   m.current = objects.Mask(found, kMethodTags[0].current);
+                   m.master1 = objects.Mask(found, kMethodTags[1].master);
+                   m.current1 = objects.Mask(found, kMethodTags[1].current);
                    m.attributes = objects.Mask(found, "AttributesMask");
                    if (kind.traceMasks) {
                        TraceMasks(objects, found, m);
@@ -415,6 +419,14 @@ const std::span<const kvsup::MaskTableRef> kvsup::kMaskTables = kMaskTableList;
 
 std::string kvsup::CheckMaskTable(std::span<const MaskRow> rows) {
     if (rows.empty()) return "the table has no rows";
+    // The kind of object whose masks the table reads: that of its first bit.
+    std::string_view object;
+    for (const MaskRow& row : rows) {
+        if (row.operation != kNoBit) {
+            object = row.operation.object;
+            break;
+        }
+    }
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const MaskRow& row = rows[i];
         const std::string where = "row " + std::to_string(i);
@@ -424,8 +436,13 @@ std::string kvsup::CheckMaskTable(std::span<const MaskRow> rows) {
             if (strcmpCaseIgnore(rows[o].action, row.action) == 0) return what + ": listed twice";
         }
         const bool readsMasks = row.masks != Masks::kAlways && row.masks != Masks::kStorageRoot;
-        if (readsMasks && std::popcount(row.bit) != 1) return what + ": the bit is not one bit";
-        if (!readsMasks && row.bit != 0) return what + ": a bit that no mask is read for";
+        const vk::MethodBit& op = row.operation;
+        if (readsMasks && std::popcount(op.bit) != 1) return what + ": the bit is not one bit";
+        if (!readsMasks && op != kNoBit) return what + ": a bit that no mask is read for";
+        if (readsMasks && op.object != object)
+            return what + ": a bit of another kind of object than " + std::string(object);
+        if (readsMasks && op.pair != (row.masks == Masks::kMethod1 ? 1u : 0u))
+            return what + ": a bit of the other mask pair";
         if (row.rule != Rule::kPlain && row.masks != Masks::kMethod)
             return what + ": a fallback rule needs the method masks";
     }

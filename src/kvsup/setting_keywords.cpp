@@ -47,7 +47,7 @@ int32_t Lookup(const char* name, std::span<const Row> rows, int32_t value, std::
 // One tag of the controller as a number: the value (0 when missing), -1 no
 // answer, 272 no buffer.
 int32_t ReadControllerNumber(const char* name, const char* tag, const char* globalNo) {
-    return Ask({name, nullptr, nullptr}, ControllerRequest("getController", globalNo),
+    return Ask({name, nullptr, nullptr}, ControllerRequest(vkacmd.getController, globalNo),
                st::kNotFound, [&](const OCSXBuf* xml) {
                    std::string value;
                    da::ReadNthTag(xml, tag, 0, value);
@@ -105,7 +105,7 @@ int32_t CanSmarterBeEnabled(const char* globalNo) {
 int32_t isControllerSecurityModeDKM(const char* globalNo, int32_t mode) {
     // No answer: the mode cannot be confirmed, so it is not the one asked.
     return Ask({"isControllerSecurityModeDKM", nullptr, nullptr},
-               ControllerRequest("getController", globalNo), 0, [&](const OCSXBuf* xml) {
+               ControllerRequest(vkacmd.getController, globalNo), 0, [&](const OCSXBuf* xml) {
                    std::string value;
                    if (!da::ReadNthTag(xml, "SecurityMode", 0, value)) {
                        return 0;

@@ -164,7 +164,7 @@ int32_t IsStringAValidAlphanumeric(const char* s) {
 int32_t IsNameCorrectLength(const char* name, const char* globalNo, char* maxLenOut,
                             uint32_t maxLenOutSize) {
     using namespace kvsup::detail;
-    const da::Request request = ControllerRequest("getController", globalNo);
+    const da::Request request = ControllerRequest(vkacmd.getController, globalNo);
     // The answer is had before the buffer, so a missing answer is -1 even
     // when memory is short.
     return Ask(

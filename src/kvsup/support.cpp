@@ -175,7 +175,7 @@ Fetched Fetch(const da::Request& request, da::AllocOrder order) {
     return result;
 }
 
-da::Request ControllerRequest(std::string_view name, const char* globalNo) {
+da::Request ControllerRequest(vk::RequestName name, const char* globalNo) {
     da::Request request(name);
     request.Field("GlobalNo", globalNo, 20).Cli();
     return request;

@@ -11,13 +11,13 @@ namespace st = kvsup::status;
 namespace {
 
 da::Request VirtualDiskRequest(const char* globalNo, const char* vdNum) {
-    da::Request request("getVirtualDisk");
+    da::Request request(vkacmd.getVirtualDisk);
     request.Field("GlobalNo", globalNo, 20).Field("LogicalDriveNum", vdNum, 20).Cli();
     return request;
 }
 
 da::Request EnclosureRequest(const char* globalNo, const char* enclosure) {
-    da::Request request("getEnclosure");
+    da::Request request(vkacmd.getEnclosure);
     request.Field("GlobalNo", globalNo, 20).Field("Enclosure", enclosure, 64).Cli();
     return request;
 }
@@ -54,7 +54,7 @@ constexpr PolicyKind kPolicyKinds[] = {
 int32_t isOverMaxVDAllowed(const char* globalNo, char* maxOut, uint32_t maxOutSize) {
     return Ask(
         {"isOverMaxVDAllowed", nullptr, nullptr},
-        ControllerRequest("getSingleControllerArrayInfo", globalNo), st::kNotFound,
+        ControllerRequest(vkacmd.getSingleControllerArrayInfo, globalNo), st::kNotFound,
         [&](const OCSXBuf* xml) {
             std::string most;
             da::ReadNthTag(xml, "MaxVDAllowed", 0, most);
@@ -73,7 +73,7 @@ int32_t IsCtrlVDNameDuplicate(const char* name, const char* globalNo) {
     // 0 means "taken": the name is already used on the controller.
     return Ask({"IsCtrlVDNameDuplicate", nullptr, "IsVDNameDuplicate(): pRespObj is NULL!!\n",
                 TRACE_LEVEL_DETAIL},
-               ControllerRequest("getVirtualDisk", globalNo), st::kNotFound,
+               ControllerRequest(vkacmd.getVirtualDisk, globalNo), st::kNotFound,
                [&](const OCSXBuf* xml) {
                    std::string present;
                    for (uint32_t n = 0; da::ReadNthTag(xml, "Name", n, present, 64); ++n) {

@@ -11,6 +11,7 @@
 #include "da.h"
 #include "kvsup.h"
 #include "ocs.h"
+#include "vocabulary.h"
 
 namespace report {
 
@@ -47,8 +48,7 @@ constexpr const char* kNoConnectors = "None - There are no connectors on this co
 constexpr const char* kNoAdapters   = "None - There are no NVMe adapters on this controller.";
 // clang-format on
 
-// The cachecade attribute of a controller's AttributesMask.
-constexpr uint32_t kCachecadeAttribute = 1u << 30;
+constexpr uint32_t kCachecadeAttribute = vk::ctrlattr::kCacheCade;
 // Valid-values texts of the bounded validators.
 constexpr uint32_t kControllerListSize = 256;
 constexpr uint32_t kEnclosureListSize = 256;

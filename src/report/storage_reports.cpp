@@ -33,6 +33,7 @@ constexpr const char* kStyleSheet = "kvclp.xsl";
 
 using kvclp::Report;
 using kvclp::Selector;
+using kvclp::vkacmd;
 
 // clang-format off
 // ---- array disks (adisk) and physical disks (pdisk) -------------------------
@@ -79,11 +80,11 @@ constexpr DiskRules MakeDiskRules(const char* disk, const char* channelNotDisk, 
 
 constexpr auto DiskTable(const DiskRules& r) {
     return std::to_array<CLPSNVActionRow>({
-        Report("vkacmd=getArrayDisk",                r.one,        kDiskSheet),
-        Report("vkacmd=getArrayDisksForController",  r.controller, kDiskSheet),
-        Report("vkacmd=getArrayDisksForChannel",     r.channel,    kDiskSheet),
-        Report("vkacmd=getArrayDisksForVirtualDisk", r.members,    kDiskSheet),
-        Report("vkacmd=getSpanInfoForVirtualDisk",   r.members,    kDiskSheet),
+        Report(vkacmd.getArrayDisk,                r.one,        kDiskSheet),
+        Report(vkacmd.getArrayDisksForController,  r.controller, kDiskSheet),
+        Report(vkacmd.getArrayDisksForChannel,     r.channel,    kDiskSheet),
+        Report(vkacmd.getArrayDisksForVirtualDisk, r.members,    kDiskSheet),
+        Report(vkacmd.getSpanInfoForVirtualDisk,   r.members,    kDiskSheet),
     });
 }
 
@@ -104,7 +105,7 @@ constexpr auto kEnclDisks = std::to_array<CLPSNVParamRow>({
     {"index",      nullptr,      kNum,  kNot,   nullptr,   0},
 });
 constexpr auto kEnclDiskTable = std::to_array<CLPSNVActionRow>({
-    Report("vkacmd=getArrayDisksForEnclosure", kEnclDisks, kDiskSheet),
+    Report(vkacmd.getArrayDisksForEnclosure, kEnclDisks, kDiskSheet),
 });
 
 // ---- tape drives ------------------------------------------------------------
@@ -124,9 +125,9 @@ constexpr auto kTapeOne = std::to_array<CLPSNVParamRow>({
     {"connector",  nullptr,     kSmall, kNot,   nullptr,   0},
 });
 constexpr auto kTapeTable = std::to_array<CLPSNVActionRow>({
-    Report("vkacmd=getTapeDrivesForController", kTapeController, kDiskSheet),
-    Report("vkacmd=getTapeDrivesForChannel",    kTapeChannel,    kDiskSheet),
-    Report("vkacmd=getTape",                    kTapeOne,        kDiskSheet),
+    Report(vkacmd.getTapeDrivesForController, kTapeController, kDiskSheet),
+    Report(vkacmd.getTapeDrivesForChannel,    kTapeChannel,    kDiskSheet),
+    Report(vkacmd.getTape,                    kTapeOne,        kDiskSheet),
 });
 
 // ---- batteries ----------------------------------------------------------------
@@ -143,9 +144,9 @@ constexpr auto kBatteryOne = std::to_array<CLPSNVParamRow>({
     {"battery",    "BatteryID=", kNum, kGiven, nullptr, 0},
 });
 constexpr auto kBatteryTable = std::to_array<CLPSNVActionRow>({
-    Report("vkacmd=getBatteryList",            kBatteryList,       "sm/cli/RptBatry.xsl"),
-    Report("vkacmd=getBatteriesForController", kBatteryController, "sm/cli/RptBatry.xsl"),
-    Report("vkacmd=getBattery",                kBatteryOne,        "sm/cli/RptBatry.xsl"),
+    Report(vkacmd.getBatteryList,            kBatteryList,       "sm/cli/RptBatry.xsl"),
+    Report(vkacmd.getBatteriesForController, kBatteryController, "sm/cli/RptBatry.xsl"),
+    Report(vkacmd.getBattery,                kBatteryOne,        "sm/cli/RptBatry.xsl"),
 });
 
 // ---- connectors ---------------------------------------------------------------
@@ -158,8 +159,8 @@ constexpr auto kConnectorOne = std::to_array<CLPSNVParamRow>({
     {"connector",  "Channel=",  kNum, kGiven, nullptr, 0},
 });
 constexpr auto kConnectorTable = std::to_array<CLPSNVActionRow>({
-    Report("vkacmd=getChannelsForController", kConnectorController, "sm/cli/RptChnl.xsl"),
-    Report("vkacmd=getChannel",               kConnectorOne,        "sm/cli/RptChnl.xsl"),
+    Report(vkacmd.getChannelsForController, kConnectorController, "sm/cli/RptChnl.xsl"),
+    Report(vkacmd.getChannel,               kConnectorOne,        "sm/cli/RptChnl.xsl"),
 });
 
 // ---- controllers ----------------------------------------------------------------
@@ -178,18 +179,18 @@ constexpr auto kControllerOne = std::to_array<CLPSNVParamRow>({
     {"info",       nullptr,     kText, kNot,   nullptr, 0},
 });
 constexpr auto kControllerTable = std::to_array<CLPSNVActionRow>({
-    Selector("info", "foreignkeyids", "vkacmd=getForeignLockedArrayDisks", kControllerInfo, "sm/cli/RptFnkey.xsl"),
-    Report("vkacmd=getControllerList",                       kControllerList, "sm/cli/RptCntrl.xsl"),
-    Report("vkacmd=getSingleControllerArrayInfo",            kControllerOne,  "sm/cli/RptCntrl.xsl"),
-    Selector("info", "pdslotreport",  "vkacmd=getSlotReportForEnclosure",  kControllerInfo, "sm/cli/RptSlotRep.xsl"),
+    Selector("info", "foreignkeyids", vkacmd.getForeignLockedArrayDisks, kControllerInfo, "sm/cli/RptFnkey.xsl"),
+    Report(vkacmd.getControllerList,                       kControllerList, "sm/cli/RptCntrl.xsl"),
+    Report(vkacmd.getSingleControllerArrayInfo,            kControllerOne,  "sm/cli/RptCntrl.xsl"),
+    Selector("info", "pdslotreport",  vkacmd.getSlotReportForEnclosure,  kControllerInfo, "sm/cli/RptSlotRep.xsl"),
 });
 constexpr auto kDump = std::to_array<CLPSNVParamRow>({
     {"dump",       "dump=",  kText, kSent, nullptr, 0},
     {"controller", nullptr,  kNum,  kNot,  nullptr, 0},
 });
 constexpr auto kDumpTable = std::to_array<CLPSNVActionRow>({
-    Selector("dump", "all",   "vkacmd=getControllerListArrayInfo", kDump, "sm/cli/RptCntrl.xsl"),
-    Selector("dump", "store", "vkacmd=getStoreDump",               kDump, "sm/cli/RptCntrl.xsl"),
+    Selector("dump", "all",   vkacmd.getControllerListArrayInfo, kDump, "sm/cli/RptCntrl.xsl"),
+    Selector("dump", "store", vkacmd.getStoreDump,               kDump, "sm/cli/RptCntrl.xsl"),
 });
 
 // ---- enclosures -----------------------------------------------------------------
@@ -224,14 +225,14 @@ constexpr auto kEnclSlots = std::to_array<CLPSNVParamRow>({
     {"dump",       nullptr,      kText, kNot,  nullptr,   0},
 });
 constexpr auto kEnclosureTable = std::to_array<CLPSNVActionRow>({
-    Selector("info", "temps",        "vkacmd=getEnclosureTemperatureProbes", kEnclComponents, "sm/cli/RptTemps.xsl"),
-    Selector("info", "fans",         "vkacmd=getEnclosureFans",              kEnclComponents, "sm/cli/RptFans.xsl"),
-    Selector("info", "pwrsupplies",  "vkacmd=getEnclosurePowerSupplies",     kEnclComponents, "sm/cli/RptPS.xsl"),
-    Selector("info", "emms",         "vkacmd=getEnclosureEMMs",              kEnclComponents, "sm/cli/RptEmms.xsl"),
-    Report("vkacmd=getEnclosureList",                                        kEnclList,       "sm/cli/RptEncl.xsl"),
-    Report("vkacmd=getEnclosuresForController",                              kEnclController, "sm/cli/RptEncl.xsl"),
-    Report("vkacmd=getSingleEnclosureForController",                         kEnclOne,        "sm/cli/RptEncl.xsl"),
-    Selector("info", "pdslotreport", "vkacmd=getSlotReportForEnclosure",     kEnclSlots,      "sm/cli/RptSlotRep.xsl"),
+    Selector("info", "temps",        vkacmd.getEnclosureTemperatureProbes, kEnclComponents, "sm/cli/RptTemps.xsl"),
+    Selector("info", "fans",         vkacmd.getEnclosureFans,              kEnclComponents, "sm/cli/RptFans.xsl"),
+    Selector("info", "pwrsupplies",  vkacmd.getEnclosurePowerSupplies,     kEnclComponents, "sm/cli/RptPS.xsl"),
+    Selector("info", "emms",         vkacmd.getEnclosureEMMs,              kEnclComponents, "sm/cli/RptEmms.xsl"),
+    Report(vkacmd.getEnclosureList,                                        kEnclList,       "sm/cli/RptEncl.xsl"),
+    Report(vkacmd.getEnclosuresForController,                              kEnclController, "sm/cli/RptEncl.xsl"),
+    Report(vkacmd.getSingleEnclosureForController,                         kEnclOne,        "sm/cli/RptEncl.xsl"),
+    Selector("info", "pdslotreport", vkacmd.getSlotReportForEnclosure,     kEnclSlots,      "sm/cli/RptSlotRep.xsl"),
 });
 
 // ---- cachecades and virtual disks -------------------------------------------------
@@ -262,9 +263,9 @@ constexpr VirtualDiskRules MakeVirtualDiskRules(const char* vd) {
 
 constexpr auto VirtualDiskTable(const VirtualDiskRules& r, const char* styleSheet) {
     return std::to_array<CLPSNVActionRow>({
-        Report("vkacmd=getAllVirtualDisks",           r.all,        styleSheet),
-        Report("vkacmd=getVirtualDisksForController", r.controller, styleSheet),
-        Report("vkacmd=getVirtualDisk",               r.one,        styleSheet),
+        Report(vkacmd.getAllVirtualDisks,           r.all,        styleSheet),
+        Report(vkacmd.getVirtualDisksForController, r.controller, styleSheet),
+        Report(vkacmd.getVirtualDisk,               r.one,        styleSheet),
     });
 }
 
@@ -279,13 +280,13 @@ constexpr auto kCachePool = std::to_array<CLPSNVParamRow>({
     {"dump",      nullptr, kText, kNot, nullptr, 0},
 });
 constexpr auto kTarnCacheTable = std::to_array<CLPSNVActionRow>({
-    Report("vkacmd=getTarnCachePoolProperties", kCachePool, "sm/cli/RptTarnCache.xsl"),
+    Report(vkacmd.getTarnCachePoolProperties, kCachePool, "sm/cli/RptTarnCache.xsl"),
 });
 constexpr auto kTarnCachePoolTable = std::to_array<CLPSNVActionRow>({
-    Report("vkacmd=getTarnCachePoolProperties", kCachePool, "sm/cli/RptTarnCachePool.xsl"),
+    Report(vkacmd.getTarnCachePoolProperties, kCachePool, "sm/cli/RptTarnCachePool.xsl"),
 });
 constexpr auto kGlobalTable = std::to_array<CLPSNVActionRow>({
-    Report("vkacmd=getGlobalInfo", {}, "sm/cli/RptGlob.xsl"),
+    Report(vkacmd.getGlobalInfo, {}, "sm/cli/RptGlob.xsl"),
 });
 
 // ---- NVMe adapters, partitions, PCIe subsystem, cached LUNs ------------------------
@@ -298,8 +299,8 @@ constexpr auto kNVMeOne = std::to_array<CLPSNVParamRow>({
     {"nvmeid",     "Channel=",  kNum, kGiven, nullptr, 0},
 });
 constexpr auto kNVMeTable = std::to_array<CLPSNVActionRow>({
-    Report("vkacmd=getNVMeAdaptersForController", kNVMeController, "sm/cli/RptNVMeAdapter.xsl"),
-    Report("vkacmd=getNVMeAdapter",               kNVMeOne,        "sm/cli/RptNVMeAdapter.xsl"),
+    Report(vkacmd.getNVMeAdaptersForController, kNVMeController, "sm/cli/RptNVMeAdapter.xsl"),
+    Report(vkacmd.getNVMeAdapter,               kNVMeOne,        "sm/cli/RptNVMeAdapter.xsl"),
 });
 constexpr auto kPartitions = std::to_array<CLPSNVParamRow>({
     {"controller", "GlobalNo=",        kNum,   kSent, nullptr,   0},
@@ -308,7 +309,7 @@ constexpr auto kPartitions = std::to_array<CLPSNVParamRow>({
     {"pdisk",      nullptr,            kDisk,  kNot,  kDiskForm, 0},
 });
 constexpr auto kPartitionTable = std::to_array<CLPSNVActionRow>({
-    Report("vkacmd=getPartitionsForVirtualDisk", kPartitions, "sm/cli/RptPartitions.xsl"),
+    Report(vkacmd.getPartitionsForVirtualDisk, kPartitions, "sm/cli/RptPartitions.xsl"),
 });
 constexpr auto kPCIeSubsystem = std::to_array<CLPSNVParamRow>({
     {"subsystem", nullptr, kNum,  kNot, nullptr, 0},
@@ -318,8 +319,8 @@ constexpr auto kPCIeSSDs = std::to_array<CLPSNVParamRow>({
     {"subsystem", "GlobalNo=", kNum, kGiven, nullptr, 0},
 });
 constexpr auto kPCIeTable = std::to_array<CLPSNVActionRow>({
-    Report("vkacmd=getPCIeSubsystem", kPCIeSubsystem, "sm/cli/RptCntrl.xsl"),
-    Report("vkacmd=getAllPCIeSSDs",   kPCIeSSDs,      "sm/cli/RptCntrl.xsl"),
+    Report(vkacmd.getPCIeSubsystem, kPCIeSubsystem, "sm/cli/RptCntrl.xsl"),
+    Report(vkacmd.getAllPCIeSSDs,   kPCIeSSDs,      "sm/cli/RptCntrl.xsl"),
 });
 // Every filter of the cached-LUN report must be left out; the controller's
 // rule keeps its request prefix, which is never sent.
@@ -332,7 +333,7 @@ constexpr auto kCachedLuns = std::to_array<CLPSNVParamRow>({
     {"dump",       nullptr,     kText,  kNot, nullptr,   0},
 });
 constexpr auto kCachedLunTable = std::to_array<CLPSNVActionRow>({
-    Report("vkacmd=getAllCachedLuns", kCachedLuns, "sm/cli/RptCachedLuns.xsl"),
+    Report(vkacmd.getAllCachedLuns, kCachedLuns, "sm/cli/RptCachedLuns.xsl"),
 });
 // clang-format on
 

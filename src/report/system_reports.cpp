@@ -16,6 +16,7 @@
 namespace {
 
 using kvclp::Report;
+using kvclp::vkacmd;
 
 // clang-format off
 constexpr auto kSummaryParams = std::to_array<CLPSNVParamRow>({
@@ -23,10 +24,10 @@ constexpr auto kSummaryParams = std::to_array<CLPSNVParamRow>({
     {nullptr, "ProductID=",         CLPS_VT_TEXT, CLPS_USE_FIXED_PAIR, "QTRN", 0},
 });
 constexpr auto kSummaryTable = std::to_array<CLPSNVActionRow>({
-    Report("vkacmd=getEnclosureList",  kSummaryParams, "sm/cli/RptSumm.xsl", CLPS_ROW_SYSTEM),
+    Report(vkacmd.getEnclosureList,  kSummaryParams, "sm/cli/RptSumm.xsl", CLPS_ROW_SYSTEM),
 });
 constexpr auto kVersionTable = std::to_array<CLPSNVActionRow>({
-    Report("vkacmd=getControllerList", {},             "sm/cli/RptVer.xsl",  CLPS_ROW_SYSTEM),
+    Report(vkacmd.getControllerList, {},             "sm/cli/RptVer.xsl",  CLPS_ROW_SYSTEM),
 });
 
 constexpr auto kTables = std::to_array<kvclp::TableRef>({
@@ -77,7 +78,7 @@ CLPSResponse* ReportAlertLog(uint32_t argc, const char** argv) {
         CLPSFreeResponse(resp);
         return nullptr;
     }
-    const char* request[] = {"vkacmd=getAlertLog"};
+    const char* request[] = {vkacmd.getAlertLog.text};
     if (VKDBPluginSendCmd(handle, 1, request) == nullptr) {
         OCSFreeMem(value);
         CLPSFreeResponse(resp);

@@ -159,13 +159,14 @@ TEST_F(AgentTest, DiskMethodMasksFollowTheDiskState) {
         std::string state;
         uint32_t set, clear;
     };
-    const uint32_t assignHs = 0x10, rebuild = 0x400, cancelRebuild = 0x800, offline = 0x80;
-    // 0:0:2 is a member of virtual disk 1
+    const uint32_t assignHs = 0x10, rebuild = 0x400, cancelRebuild = 0x800, offline = 0x80,
+                   remove = 0x100;
+    // 0:0:2 is a member of virtual disk 1: whatever its state, never a spare
     const std::vector<Case> cases{
-        {"1", assignHs, rebuild | cancelRebuild | offline},
-        {"4", offline, assignHs | rebuild | cancelRebuild},
-        {"2", rebuild, assignHs | cancelRebuild},
-        {"32", cancelRebuild, assignHs | rebuild},
+        {"1", remove, assignHs | rebuild | cancelRebuild | offline},
+        {"4", offline, assignHs | remove | rebuild | cancelRebuild},
+        {"2", rebuild | remove, assignHs | cancelRebuild | offline},
+        {"32", cancelRebuild, assignHs | remove | rebuild},
     };
     int64_t oid = find(kind::kDisk, 0, "0:0:2").oid;
     for (const auto& c : cases) {
@@ -176,9 +177,11 @@ TEST_F(AgentTest, DiskMethodMasksFollowTheDiskState) {
         EXPECT_EQ(cur & c.clear, 0u) << "state " << c.state << " " << d["CurrentMethodMask"];
         EXPECT_EQ(cur & ~fromMask(d["MasterMethodMask"]), 0u);
     }
-    // a global hot spare can be unassigned but not assigned again
+    // a global hot spare can be unassigned but not assigned again, nor removed
     uint32_t hs = fromMask(disk("0:0:6")["CurrentMethodMask"]);
-    EXPECT_EQ(hs & 0x30, 0x20u);
+    EXPECT_EQ(hs & (0x30 | remove), 0x20u);
+    // a ready disk of no virtual disk can become one
+    EXPECT_EQ(fromMask(disk("0:0:7")["CurrentMethodMask"]) & assignHs, assignHs);
     // a disk on the HBA offers no hot spare operation at all
     EXPECT_EQ(fromMask(disk("0:0", 1)["MasterMethodMask"]) & 0x30, 0u);
 }

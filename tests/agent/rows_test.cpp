@@ -2,11 +2,15 @@
 // real answer from the agent: each row's request, with the pairs the row can
 // carry, goes to the agent on an estate that holds every kind of object the
 // rows address. The rows are the plug-in's live tables: its handlers hand
-// them to the command frame, which this test stands in for.
+// them to the command frame, which this test stands in for. And the two
+// sides share one vocabulary: every request the plug-in can name has an
+// agent route, every operation bit it tests has an agent rule.
 #include <gtest/gtest.h>
+#include <strings.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
@@ -18,8 +22,11 @@
 #include "agent.h"
 #include "clps.h"
 #include "handlers.h"
+#include "methods.h"
 #include "profile.h"
 #include "store.h"
+#include "table_registry.h"
+#include "vocabulary.h"
 
 namespace fs = std::filesystem;
 
@@ -377,6 +384,106 @@ TEST_F(AgentRowsTest, EveryRowOfEveryTableGetsARealAnswer) {
         }
     }
     EXPECT_GE(asked, 200u);
+}
+
+// Every request a row names is one of the shared vocabulary, and the agent
+// routes exactly the vocabulary: the checks' request builders take nothing
+// but its names, so nothing the plug-in can send goes unanswered, and the
+// agent answers nothing the plug-in could not name.
+TEST(Vocabulary, EveryRequestThePluginCanSendHasAnAgentRoute) {
+    std::set<std::string_view> vocabulary;
+    for (const vk::RequestName r : vk::AllRequests()) vocabulary.insert(r.name());
+    std::set<std::string_view> routed;
+    for (const vk::RequestName r : kvda::knownRequests()) routed.insert(r.name());
+    EXPECT_EQ(routed, vocabulary);
+
+    size_t rows = 0;
+    for (const auto* tables : kvclp::registry::kCommandTables) {
+        for (const kvclp::TableRef& table : *tables) {
+            for (const CLPSNVActionRow& row : table.rows) {
+                const std::string_view request = row.pRequest;
+                ++rows;
+                ASSERT_TRUE(request.starts_with(vk::kRequestKey))
+                    << table.command << ": " << request;
+                const std::string_view name = request.substr(vk::kRequestKey.size());
+                EXPECT_TRUE(vocabulary.contains(name)) << table.command << ": " << request;
+                EXPECT_TRUE(kvda::knownRequest(name)) << table.command << ": " << request;
+            }
+        }
+    }
+    EXPECT_GE(rows, 200u);
+}
+
+// The kinds of object whose masks a command's actions are checked against,
+// by the command's object word.
+// clang-format off
+const std::map<std::string_view, std::vector<std::string_view>> kCheckedObjects{
+    {"controller",    {vk::objtype::kController}},
+    {"vdisk",         {vk::objtype::kVdisk, vk::objtype::kPartition}},
+    {"cachecade",     {vk::objtype::kVdisk}},
+    {"adisk",         {vk::objtype::kDisk}},
+    {"pdisk",         {vk::objtype::kDisk}},
+    {"pciessd",       {vk::objtype::kDisk}},
+    {"connector",     {vk::objtype::kConnector}},
+    {"nvmeadapter",   {vk::objtype::kNvme}},
+    {"enclosure",     {vk::objtype::kEnclosure, vk::objtype::kStorage}},
+    {"battery",       {vk::objtype::kBattery}},
+    {"globalinfo",    {vk::objtype::kStorage}},
+    {"partition",     {vk::objtype::kPartition}},
+    {"tarncachedisk", {vk::objtype::kCachedLun}},
+};
+// clang-format on
+
+std::string Describe(const vk::MethodBit& b) {
+    char bit[16];
+    std::snprintf(bit, sizeof bit, "0x%x", b.bit);
+    return std::string(b.object) + " " + std::string(vk::kMethodMaskTags[b.pair].current) + " " +
+           bit;
+}
+
+// Every operation bit the plug-in tests before it sends an action (or a
+// selected report) has an agent rule that sets it, so the masks can offer
+// what the plug-in asks for; and every bit the agent's rules set is one the
+// plug-in's mask tables read.
+TEST(Vocabulary, EveryOperationThePluginChecksHasAnAgentRule) {
+    const std::vector<vk::MethodBit> ruled = kvda::ruledMethodBits();
+    const auto isRuled = [&](const vk::MethodBit& b) {
+        return std::find(ruled.begin(), ruled.end(), b) != ruled.end();
+    };
+
+    std::vector<kvsup::MaskRow> maskRows;
+    for (const kvsup::MaskTableRef& table : *kvclp::registry::kMaskTables)
+        for (const kvsup::MaskRow& row : table.rows)
+            if (!row.operation.object.empty()) maskRows.push_back(row);
+
+    size_t checked = 0;
+    for (const auto* tables : kvclp::registry::kCommandTables) {
+        for (const kvclp::TableRef& table : *tables) {
+            const std::string_view command = table.command;
+            const auto objects = kCheckedObjects.find(command.substr(command.rfind(' ') + 1));
+            if (objects == kCheckedObjects.end()) continue;
+            for (const CLPSNVActionRow& row : table.rows) {
+                if (row.pKeyValue == nullptr) continue;
+                for (const kvsup::MaskRow& mask : maskRows) {
+                    if (strcasecmp(mask.action, row.pKeyValue) != 0 ||
+                        std::find(objects->second.begin(), objects->second.end(),
+                                  mask.operation.object) == objects->second.end())
+                        continue;
+                    ++checked;
+                    EXPECT_TRUE(isRuled(mask.operation))
+                        << command << " " << row.pKeyValue << ": no agent rule sets "
+                        << Describe(mask.operation);
+                }
+            }
+        }
+    }
+    EXPECT_GE(checked, 100u);
+
+    for (const vk::MethodBit& b : ruled) {
+        EXPECT_TRUE(std::any_of(maskRows.begin(), maskRows.end(),
+                                [&](const kvsup::MaskRow& m) { return m.operation == b; }))
+            << "the plug-in never reads " << Describe(b);
+    }
 }
 
 }  // namespace

@@ -156,18 +156,25 @@ TEST(TableRegistry, ChecksFindTheFaultsOfEachKind) {
 
     using kvsup::MaskRule;
     using kvsup::Masks;
+    const auto disk = [](uint32_t bit, std::size_t pair = 0) {
+        return vk::MethodBit{vk::objtype::kDisk, pair, bit};
+    };
     const struct {
         std::vector<kvsup::MaskRow> rows;
         const char* fault;
     } masks[] = {
         {{}, "no rows"},
-        {{{"blink", Masks::kMethod, 0x1, MaskRule::kPlain},
-          {"Blink", Masks::kMethod, 0x2, MaskRule::kPlain}},
+        {{{"blink", Masks::kMethod, disk(0x1), MaskRule::kPlain},
+          {"Blink", Masks::kMethod, disk(0x2), MaskRule::kPlain}},
          "listed twice"},
-        {{{"blink", Masks::kMethod, 0x3, MaskRule::kPlain}}, "not one bit"},
-        {{{"blink", Masks::kCurrentOnly, 0, MaskRule::kPlain}}, "not one bit"},
-        {{{"debug", Masks::kAlways, 0x4, MaskRule::kPlain}}, "no mask is read"},
-        {{{"clear", Masks::kMethod1, 0x4, MaskRule::kFallback}}, "needs the method masks"},
+        {{{"blink", Masks::kMethod, disk(0x3), MaskRule::kPlain}}, "not one bit"},
+        {{{"blink", Masks::kCurrentOnly, disk(0), MaskRule::kPlain}}, "not one bit"},
+        {{{"debug", Masks::kAlways, disk(0x4), MaskRule::kPlain}}, "no mask is read"},
+        {{{"blink", Masks::kMethod, disk(0x1), MaskRule::kPlain},
+          {"rescan", Masks::kMethod, vk::method::controller::kRescan, MaskRule::kPlain}},
+         "another kind of object"},
+        {{{"convert", Masks::kMethod1, disk(0x4), MaskRule::kPlain}}, "other mask pair"},
+        {{{"clear", Masks::kMethod1, disk(0x4, 1), MaskRule::kFallback}}, "needs the method masks"},
     };
     for (const auto& c : masks) {
         EXPECT_NE(kvsup::CheckMaskTable(c.rows).find(c.fault), std::string::npos) << c.fault;

@@ -49,13 +49,13 @@ TEST_F(RequestsSent, EachQueryNamesItsRequestIdentifiersAndCliFlag) {
 }
 
 TEST_F(RequestsSent, FieldsAreCutLikeFixedBuffers) {
-    const da::Request request = da::Request("getX")
+    const da::Request request = da::Request(da::vkacmd.getBattery)
                                     .Field("GlobalNo", "0123456789ABCDEF", 19)
                                     .Field("BatteryID", nullptr, 255)
                                     .Pair("adisk", "0:1:2")
                                     .Cli();
-    const RequestList expected = {"vkacmd=getX", "GlobalNo=012345678", "BatteryID=", "adisk=0:1:2",
-                                  "CLI=true"};
+    const RequestList expected = {"vkacmd=getBattery", "GlobalNo=012345678",
+                                  "BatteryID=", "adisk=0:1:2", "CLI=true"};
     EXPECT_EQ(request.Entries(), expected);
     EXPECT_EQ(request.Entries()[1].size(), 18u);
 }
