@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "vocabulary.h"
+#include "dump.h"
 
 namespace vk::docgen {
 

@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "completion.h"
+#include "dump.h"
 #include "man_pages.h"
 #include "roff.h"
-#include "vocabulary.h"
 
 namespace fs = std::filesystem;
 using namespace vk::docgen;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "vocabulary.h"
+#include "dump.h"
 
 namespace vk::docgen {
 

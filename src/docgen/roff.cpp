@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "vocabulary.h"
+#include "dump.h"
 
 namespace vk::docgen::roff {
 

@@ -1,4 +1,4 @@
-#include "vocabulary.h"
+#include "dump.h"
 
 #include <algorithm>
 #include <fstream>
