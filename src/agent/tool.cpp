@@ -8,6 +8,7 @@
 #include "agent.h"
 #include "answer.h"
 #include "mechanics.h"
+#include "os/console.h"
 #include "profile.h"
 #include "store.h"
 #include "xml_text.h"
@@ -278,6 +279,7 @@ int run(const std::vector<std::string>& argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    vk::os::UseBinaryStandardStreams();
     try {
         return run(std::vector<std::string>(argv + 1, argv + argc));
     } catch (const Usage& e) {

@@ -13,6 +13,8 @@
 #include "host.h"
 #include "nearest_words.h"
 #include "os/console.h"
+#include "os/locations.h"
+#include "os/rights.h"
 #include "passphrase.h"
 #include "plugin.h"
 #include "text.h"
@@ -443,8 +445,9 @@ Outcome RunCommand(const std::string& program, const Options& opts) {
     const bool help = AsksHelp(opts.words);
     const uint32_t required = plugin.RequiredRights(argv);
     if (!help && required != 0 && (required & ~HeldRights(config.adminGroup)) != 0) {
-        throw HostError(kExitRights, "you need administrator rights for '" + command +
-                                         "' (root or group " + config.adminGroup + ")");
+        throw HostError(kExitRights, "you need administrator rights for '" + command + "' (" +
+                                         os::AdministratorName() + " or group " +
+                                         config.adminGroup + ")");
     }
     if (opts.dryRun) plugin.RequestDryRun();
 
@@ -480,7 +483,7 @@ Outcome RunCommand(const std::string& program, const Options& opts) {
 }
 
 int Run(int argc, char** argv) {
-    const std::string program = argc > 0 ? fs::path(argv[0]).filename().string() : "";
+    const std::string program = argc > 0 ? os::ProgramName(argv[0]) : "";
     Options opts;
     try {
         if (program != "vkreport" && program != "vkconfig") {

@@ -1,4 +1,4 @@
-// The module, console, environment and path interfaces on Windows:
+// The module, console, environment, path and clock interfaces on Windows:
 // LoadLibrary, GetProcAddress, the C runtime's descriptors and environment.
 #include <fcntl.h>
 #include <io.h>
@@ -8,17 +8,16 @@
 #include <utility>
 #include <vector>
 
+#include "clock.h"
 #include "console.h"
 #include "environment.h"
-#include "files.h"
 #include "module.h"
 #include "paths.h"
+#include "windows_error.h"
 
 namespace vk::os {
 
-namespace {
-
-std::string ErrorText(DWORD code) {
+std::string ErrorText(unsigned long code) {
     char* text = nullptr;
     const DWORD n = FormatMessageA(
         FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
@@ -30,6 +29,8 @@ std::string ErrorText(DWORD code) {
         result.pop_back();
     return result;
 }
+
+namespace {
 
 HMODULE AsModule(void* handle) {
     return static_cast<HMODULE>(handle);
@@ -155,10 +156,8 @@ std::FILE* CreateTemporaryFile() {
     return file;
 }
 
-// Files under %ProgramData% inherit its access rules, which already keep
-// them from ordinary users' writes; text mode gives the native line ends.
-std::FILE* OpenPrivateFile(const char* path, bool append, const char* /*adminGroup*/) {
-    return std::fopen(path, append ? "a" : "w");
+bool UtcTime(std::time_t t, std::tm& out) {
+    return gmtime_s(&out, &t) == 0;
 }
 
 }  // namespace vk::os
