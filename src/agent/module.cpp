@@ -36,7 +36,7 @@ std::string answer(uint32_t count, const char** pairs) {
 
 extern "C" {
 
-VK_VKDB_EXPORT char* VKDBAgentSendCmd(void* /*context*/, uint32_t count, const char** nvPairs) {
+VKDB_AGENT_EXPORT char* VKDBAgentSendCmd(void* /*context*/, uint32_t count, const char** nvPairs) {
     try {
         std::string text = answer(count, nvPairs);
         auto out = std::make_unique<char[]>(text.size() + 1);
@@ -47,7 +47,7 @@ VK_VKDB_EXPORT char* VKDBAgentSendCmd(void* /*context*/, uint32_t count, const c
     }
 }
 
-VK_VKDB_EXPORT void VKDBAgentFreeData(void* /*context*/, char* data) {
+VKDB_AGENT_EXPORT void VKDBAgentFreeData(void* /*context*/, char* data) {
     std::unique_ptr<char[]> owned(data);
 }
 }

@@ -163,7 +163,9 @@ std::string Renderer::Render(const std::string& xml, const std::string& styleShe
         if (!fs::is_regular_file(path))
             throw HostError(kExitFailure, "stylesheet " + path.string() + " not found");
         g_firstError.clear();
-        StylePtr style(xsltParseStylesheetFile(reinterpret_cast<const xmlChar*>(path.c_str())));
+        // libxml2 takes file names in UTF-8 on every system.
+        const std::u8string file = path.u8string();
+        StylePtr style(xsltParseStylesheetFile(reinterpret_cast<const xmlChar*>(file.c_str())));
         if (!style) {
             throw HostError(kExitFailure, "cannot use the stylesheet " + path.string() + ": " +
                                               TakeError("not a valid stylesheet"));
