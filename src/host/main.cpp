@@ -12,6 +12,7 @@
 #include "help_words.h"
 #include "host.h"
 #include "nearest_words.h"
+#include "os/arguments.h"
 #include "os/console.h"
 #include "os/locations.h"
 #include "os/rights.h"
@@ -521,5 +522,9 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     vk::os::UseBinaryStandardStreams();
-    return vk::host::Run(argc, argv);
+    std::vector<std::string> args = vk::os::Arguments(argc, argv);
+    std::vector<char*> words;
+    for (std::string& word : args) words.push_back(word.data());
+    words.push_back(nullptr);
+    return vk::host::Run(static_cast<int>(args.size()), words.data());
 }

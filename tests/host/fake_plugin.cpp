@@ -12,8 +12,9 @@
 #include <vector>
 
 #include "clps.h"
+#include "vk_export.h"
 
-#define FAKE_EXPORT extern "C" __attribute__((visibility("default")))
+#define FAKE_EXPORT extern "C" VK_DLL_EXPORT
 
 namespace {
 

@@ -1,11 +1,12 @@
-// The module, console, environment, path and clock interfaces on POSIX
-// systems: dlopen, dup2, setenv, gmtime_r.
+// The module, console, environment, path, argument and clock interfaces on
+// POSIX systems: dlopen, dup2, setenv, gmtime_r.
 #include <dlfcn.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <utility>
 
+#include "arguments.h"
 #include "clock.h"
 #include "console.h"
 #include "environment.h"
@@ -88,6 +89,10 @@ void RestoreStdout(int saved) {
 
 std::FILE* CreateTemporaryFile() {
     return std::tmpfile();
+}
+
+std::vector<std::string> Arguments(int argc, char** argv) {
+    return std::vector<std::string>(argv, argv + argc);
 }
 
 bool UtcTime(std::time_t t, std::tm& out) {

@@ -1,13 +1,17 @@
-// The module, console, environment, path and clock interfaces on Windows:
-// LoadLibrary, GetProcAddress, the C runtime's descriptors and environment.
+// The module, console, environment, path, argument and clock interfaces on
+// Windows: LoadLibrary, GetProcAddress, the C runtime's descriptors and
+// environment, the wide command line.
 #include <fcntl.h>
 #include <io.h>
 #include <windows.h>
+// after windows.h
+#include <shellapi.h>
 
 #include <cstdlib>
 #include <utility>
 #include <vector>
 
+#include "arguments.h"
 #include "clock.h"
 #include "console.h"
 #include "environment.h"
@@ -154,6 +158,21 @@ std::FILE* CreateTemporaryFile() {
     std::FILE* file = _wfopen(name, L"w+bTD");
     if (file == nullptr) DeleteFileW(name);
     return file;
+}
+
+std::vector<std::string> Arguments(int argc, char** argv) {
+    int count = 0;
+    wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count);
+    if (wide == nullptr) return std::vector<std::string>(argv, argv + argc);
+    std::vector<std::string> out;
+    for (int i = 0; i < count; ++i) {
+        const int n = WideCharToMultiByte(CP_UTF8, 0, wide[i], -1, nullptr, 0, nullptr, nullptr);
+        std::string word(n > 0 ? static_cast<size_t>(n - 1) : 0, '\0');
+        WideCharToMultiByte(CP_UTF8, 0, wide[i], -1, word.data(), n, nullptr, nullptr);
+        out.push_back(std::move(word));
+    }
+    LocalFree(wide);
+    return out;
 }
 
 bool UtcTime(std::time_t t, std::tm& out) {
