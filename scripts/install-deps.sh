@@ -6,7 +6,9 @@ set -euo pipefail
 declare -A groups=(
   [build]="build-essential cmake ninja-build pkg-config git ccache
            libxml2-dev libxslt1-dev libsqlite3-dev nlohmann-json3-dev libssl-dev
-           libgtest-dev libgmock-dev googletest libbenchmark-dev clang-format"
+           libgtest-dev libgmock-dev googletest libbenchmark-dev clang-format
+           bash-completion groff-base"
+  [package]="dpkg-dev file"
   [ansible]="ansible-core python3-pytest python3-pytest-xdist python3-pytest-forked
              python3-venv python3-voluptuous python3-pycodestyle pylint yamllint"
   [windows]="g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64

@@ -355,19 +355,34 @@ void setCntrlMode(W& w) {
     w.reply(oid);
 }
 
+// The user gives any of protocol, read policy and write policy: no protocol
+// means the disks of every protocol, and every policy given is applied.
 void setCntrlChangeDriveCache(W& w) {
     const int64_t g = w.ctrlNo();
-    const std::string proto = w.keyword("BusProtocol", {"7", "8"});
-    const std::string cmd = w.keyword("Command", {"90", "91", "92", "93"});
-    const char* tag = cmd == "90" || cmd == "91" ? "WriteCache" : "ReadCache";
-    const char* value = cmd == "90" || cmd == "92" ? "1" : "0";
+    const std::string proto = w.keyword("BusProtocol", {"7", "8"}, false);
+    struct Change {
+        const char* tag;
+        const char* value;
+    };
+    std::vector<Change> changes;
+    for (const auto& [key, cmd] : w.req.params) {
+        if (key != "Command") continue;
+        if (cmd != "90" && cmd != "91" && cmd != "92" && cmd != "93")
+            w.badValue("bad Command '" + cmd + "'; valid values: 90, 91, 92, 93");
+        changes.push_back({cmd == "90" || cmd == "91" ? "WriteCache" : "ReadCache",
+                           cmd == "90" || cmd == "92" ? "1" : "0"});
+    }
+    if (changes.empty()) w.notPossible("neither a read nor a write cache policy was given");
     std::vector<int64_t> list;
     for (const Object* d : w.e.of(kind::kDisk, g))
-        if (d->get("BusProtocol") == proto && present(*d)) list.push_back(d->oid);
+        if ((proto.empty() || d->get("BusProtocol") == proto) && present(*d))
+            list.push_back(d->oid);
     if (list.empty())
-        w.notPossible("controller " + std::to_string(g) + " has no disk of that protocol");
+        w.notPossible("controller " + std::to_string(g) +
+                      (proto.empty() ? " has no disk" : " has no disk of that protocol"));
     for (int64_t oid : list) {
-        w.obj(oid).set(tag, value);
+        Object& d = w.obj(oid);
+        for (const Change& c : changes) d.set(c.tag, c.value);
         w.reply(oid);
     }
 }

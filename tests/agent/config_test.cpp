@@ -422,11 +422,19 @@ TEST_F(AgentConfigTest, ControllerActions) {
         ask(req);
         EXPECT_EQ(ctrl()[c.tag], c.value) << req[0];
     }
+    // Drive cache: any of protocol, read and write policy; both policies at once.
+    ask({"vkacmd=setCntrlChangeDriveCache", "GlobalNo=0", "Command=93", "Command=90"});
+    for (auto& d : ask({"vkacmd=getArrayDisksForVirtualDisk", "GlobalNo=0", "LogicalDriveNum=1"})) {
+        EXPECT_EQ(d["ReadCache"], "0");
+        EXPECT_EQ(d["WriteCache"], "1");
+    }
     const std::string before = dump();
     for (Pairs bad :
          {Pairs{"vkacmd=setCntrlRebuildRate", "GlobalNo=0", "RebuildRate=x"},
           Pairs{"vkacmd=setCntrlPatrolReadStop", "GlobalNo=0"},
           Pairs{"vkacmd=setCntrlEnableAlarm", "GlobalNo=0"},
+          Pairs{"vkacmd=setCntrlChangeDriveCache", "GlobalNo=0", "BusProtocol=8"},
+          Pairs{"vkacmd=setCntrlChangeDriveCache", "GlobalNo=0", "Command=94"},
           Pairs{"vkacmd=setCntrlMode", "GlobalNo=0", "ControllerMode=2"},
           Pairs{"vkacmd=setCntrlClearForeignConfig", "GlobalNo=0"},
           Pairs{"vkacmd=setCntrlDiscardPinnedCache", "GlobalNo=0", "forcepinnedcachediscard=1"}})
