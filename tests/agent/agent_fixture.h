@@ -100,7 +100,11 @@ class AgentTest : public ::testing::Test {
         dir_ = vktest::MakeTempDir("kvda-test-");
         path_ = dir_ / "state.db";
     }
-    void TearDown() override { fs::remove_all(dir_); }
+    void TearDown() override {
+        // The estate is closed first: Windows removes no open file.
+        agent_.reset();
+        fs::remove_all(dir_);
+    }
 
     Agent& agent(const std::string& profile = "default") {
         if (!agent_) {

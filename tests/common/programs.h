@@ -45,6 +45,11 @@ Result RunProgram(const std::filesystem::path& bin, const std::vector<std::strin
 // null on POSIX systems, text (valid UTF-8) on Windows.
 bool CommandLineCarries(const std::string& word);
 
+// Whether a program run with SystemRoot in env sees that value. Wine gives
+// every process the Windows directory instead, whatever its parent passes,
+// so a test cannot move the plug-in's trace there.
+bool ChildrenKeepSystemRoot();
+
 // A private agent state, trace directory and share directory, made from a
 // profile name or file with "kvda init".
 class Estate {

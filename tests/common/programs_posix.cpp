@@ -15,6 +15,10 @@ bool CommandLineCarries(const std::string& word) {
     return word.find('\0') == std::string::npos;
 }
 
+bool ChildrenKeepSystemRoot() {
+    return true;
+}
+
 Result RunProgram(const std::filesystem::path& bin, const std::vector<std::string>& argv,
                   const Environment& env) {
     Result result;

@@ -76,6 +76,12 @@ bool CommandLineCarries(const std::string& word) {
                                static_cast<int>(word.size()), nullptr, 0) > 0;
 }
 
+bool ChildrenKeepSystemRoot() {
+    // Wine's own ntdll exports its version; Windows' does not.
+    HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+    return ntdll == nullptr || GetProcAddress(ntdll, "wine_get_version") == nullptr;
+}
+
 Result RunProgram(const std::filesystem::path& bin, const std::vector<std::string>& argv,
                   const Environment& env) {
     Result result;

@@ -16,7 +16,7 @@ struct AnswerCase {
     std::vector<std::string> args;
     int exit;
     const char* out;  // expected within standard output ("" when it must be empty)
-    const char* err;  // expected standard error, whole
+    std::string err;  // expected standard error, whole
 };
 
 TEST_F(HostTest, ExitStatusAndOutputFollowTheAnswer) {
@@ -47,7 +47,7 @@ TEST_F(HostTest, ExitStatusAndOutputFollowTheAnswer) {
         {"vkreport", {"storage", "msg", "1590", "kvda"},4, "", "vkreport: The data agent kvda is not available.\n"},
         {"vkreport", {"storage", "msg", "1591", "vkreport storage x"}, 4, "", "vkreport: The command vkreport storage x is not available yet.\n"},
         {"vkreport", {"storage", "msg", "1592"},        4, "", "vkreport: Out of memory: the command could not be carried out.\n"},
-        {"vkreport", {"storage", "usagebad"},           4, "", "vkreport: no usage text for message 6999 in " VK_TEST_SHARE_DIR "/messages.txt\n"},
+        {"vkreport", {"storage", "usagebad"},           4, "", "vkreport: no usage text for message 6999 in " + (fs::path(VK_TEST_SHARE_DIR) / "messages.txt").string() + "\n"},
         {"vkreport", {"storage", "empty0"},             4, "", "vkreport: the plug-in gave an empty answer for 'vkreport storage empty0'\n"},
     };
     // clang-format on
@@ -94,21 +94,28 @@ TEST_F(HostTest, ObjectsAreAlignedBlocksSeparatedByABlankLine) {
 
 TEST_F(HostTest, PluginGetsProgramNameAndWordsAndIsAlwaysReleased) {
     Run("vkreport", {"--format=json", "storage", "pdisk", "controller=0"});
-    EXPECT_EQ(Calls(), "load SystemRoot=" + (dir_ / "trace").string() +
-                           "\n"
-                           "rights vkreport storage pdisk controller=0\n"
-                           "send vkreport storage pdisk controller=0\n"
-                           "free\n"
-                           "destroy\n");
+    const std::string calls = Calls();
+    const size_t loaded = calls.find('\n') + 1;
+    if (vktest::ChildrenKeepSystemRoot()) {
+        EXPECT_EQ(calls.substr(0, loaded), "load SystemRoot=" + (dir_ / "trace").string() + "\n");
+    }
+    EXPECT_EQ(calls.substr(loaded),
+              "rights vkreport storage pdisk controller=0\n"
+              "send vkreport storage pdisk controller=0\n"
+              "free\n"
+              "destroy\n");
 }
 
 TEST_F(HostTest, UnloadablePluginIsAnInternalFailure) {
     env_["VK_PLUGIN"] = (dir_ / "nothere.so").string();
     const Result r = Run("vkreport", {"storage", "pdisk"});
     EXPECT_EQ(r.exit, 4);
-    EXPECT_EQ(r.err,
-              "vkreport: cannot load the storage plug-in: " + (dir_ / "nothere.so").string() +
-                  ": cannot open shared object file: No such file or directory\n");
+    // The file, then the system's own reason.
+    EXPECT_EQ(r.err.rfind("vkreport: cannot load the storage plug-in: " +
+                              (dir_ / "nothere.so").string() + ": ",
+                          0),
+              0u)
+        << r.err;
 
     env_["VK_PLUGIN"] = "/bin/true";  // loads as nothing usable either
     EXPECT_EQ(Run("vkreport", {"storage", "pdisk"}).exit, 4);
@@ -407,6 +414,7 @@ TEST_F(HostTest, PassPhrasesReachThePluginLowerCasedAndAreNeverShown) {
 // The real plug-in's trace at its most detailed level: pass phrases typed in
 // any case never reach it (who may read the file: see the POSIX tests).
 TEST_F(HostTest, TheTraceNeverHoldsAPassPhrase) {
+    if (!vktest::ChildrenKeepSystemRoot()) GTEST_SKIP() << "the trace cannot be moved here";
     const fs::path traceDir = dir_ / "trace";
     const fs::path trace = traceDir / "kvclp.log";
     fs::create_directories(traceDir);

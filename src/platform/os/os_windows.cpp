@@ -49,7 +49,7 @@ Module Module::Load(const std::filesystem::path& file, std::string& error) {
     std::filesystem::path absolute = std::filesystem::absolute(file, ec);
     if (ec) absolute = file;
     HMODULE handle = LoadLibraryExW(absolute.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-    if (handle == nullptr) error = ErrorText(GetLastError()) + ": " + absolute.string();
+    if (handle == nullptr) error = absolute.string() + ": " + ErrorText(GetLastError());
     return Module(handle);
 }
 
