@@ -15,6 +15,9 @@ add_link_options(-static $<$<CONFIG:Release>:-s>)
 # told not to expect DLLs.
 set_property(TARGET PkgConfig::LIBXSLT APPEND PROPERTY
   INTERFACE_COMPILE_DEFINITIONS LIBXSLT_STATIC LIBEXSLT_STATIC)
+# libcrypto is a static library too (FindOpenSSL then adds the system
+# libraries it needs).
+set(OPENSSL_USE_STATIC_LIBS TRUE)
 # A static library also needs what the package lists as private libraries.
 foreach(dep LIBXML2 LIBXSLT SQLITE3)
   foreach(lib IN LISTS ${dep}_STATIC_LIBRARIES)

@@ -12,8 +12,11 @@ WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml=}
 export WINEPREFIX WINEDEBUG WINEDLLOVERRIDES
 if [ ! -f "$WINEPREFIX/system.reg" ]; then
   mkdir -p "$(dirname "$WINEPREFIX")"
+  # Wine's chatter while it makes the prefix is kept, and shown only when
+  # making it fails, so that a test never fails without a word.
   flock "$WINEPREFIX.lock" sh -c \
-    '[ -f "$WINEPREFIX/system.reg" ] || { wine wineboot --init && wineserver -w; } >/dev/null 2>&1'
+    '[ -f "$WINEPREFIX/system.reg" ] || { wine wineboot --init && wineserver -w; } >"$WINEPREFIX.log" 2>&1' ||
+    { echo "wine-run.sh: Wine could not make its prefix $WINEPREFIX:" >&2; cat "$WINEPREFIX.log" >&2; exit 1; }
 fi
 [ "$1" = "--prepare" ] && exit 0
 dll_dir=$(cd "$(dirname "$1")/../lib/vk" 2>/dev/null && pwd) || dll_dir=

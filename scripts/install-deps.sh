@@ -12,7 +12,7 @@ declare -A groups=(
   [ansible]="ansible-core python3-pytest python3-pytest-xdist python3-pytest-forked
              python3-venv python3-voluptuous python3-pycodestyle pylint yamllint"
   [windows]="g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
-             mingw-w64-x86-64-dev wine wine64 dpkg-dev autoconf automake libtool tcl make xz-utils"
+             mingw-w64-x86-64-dev wine wine64 dpkg-dev autoconf automake libtool tcl make xz-utils perl"
   [fuzz]="clang libclang-rt-14-dev"
   [stress]="sqlite3 procps"
   [coverage]="gcovr python3"

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds what the Windows cross build links with, from Debian's own sources:
-# Debian has no mingw-w64 packages of libxml2, libxslt or SQLite, so their
-# Debian source packages (versions pinned in cmake/windows-deps.txt) are
-# fetched with apt-get source and cross-compiled here as static libraries.
+# Debian has no mingw-w64 packages of libxml2, libxslt, SQLite or OpenSSL's
+# libcrypto, so their Debian source packages (versions pinned in
+# cmake/windows-deps.txt) are fetched with apt-get source and cross-compiled
+# here as static libraries.
 # nlohmann-json is header-only: the installed Debian headers are copied.
 #
 # The result goes to a cache outside the clone, keyed by the pins:
@@ -26,7 +27,7 @@ while read -r name version rest; do
   pin[$name]=$version
   key+="${key:+_}$name-$version"
 done <"$pins_file"
-for name in recipe libxml2 libxslt sqlite3 nlohmann-json3-dev; do
+for name in recipe libxml2 libxslt sqlite3 openssl nlohmann-json3-dev; do
   [ -n "${pin[$name]+x}" ] || { echo "windows-deps: $pins_file does not pin $name" >&2; exit 2; }
 done
 
@@ -98,7 +99,7 @@ echo "windows-deps: fetching the source packages"
 apt-get "${apt_opts[@]}" -qq update
 (
   cd "$work"
-  for pkg in libxml2 libxslt sqlite3; do
+  for pkg in libxml2 libxslt sqlite3 openssl; do
     if ! apt-get "${apt_opts[@]}" -qq source "$pkg=${pin[$pkg]}" >"$work/$pkg-source.log" 2>&1; then
       cat "$work/$pkg-source.log" >&2
       served=$(apt-cache "${apt_opts[@]}" showsrc "$pkg" 2>/dev/null | sed -n 's/^Version: //p' | tr '\n' ' ')
@@ -161,6 +162,22 @@ echo "windows-deps: sqlite3 ${pin[sqlite3]}"
     'Name: SQLite' 'Description: SQL database engine' "Version: $(cat VERSION)" \
     'Libs: -L${libdir} -lsqlite3' 'Cflags: -I${includedir}' >"$stage/lib/pkgconfig/sqlite3.pc"
 ) || { tail -n 40 "$work"/sqlite3-*.log >&2; exit 1; }
+
+echo "windows-deps: openssl ${pin[openssl]} (libcrypto only)"
+(
+  cd "$(src_dir openssl)"
+  # The agent needs PBKDF2 and random bytes only: modules, engines,
+  # protocols and legacy ciphers are left out, and only the library is built.
+  ./Configure mingw64 --prefix="$stage" no-shared no-module no-tests no-engine no-dso no-comp \
+    no-legacy no-ssl no-dtls no-srp no-ts no-ocsp no-cms no-ct no-cmp no-rfc3779 no-sm2 no-sm3 \
+    no-sm4 no-idea no-rc2 no-rc4 no-rc5 no-md4 no-mdc2 no-whirlpool no-camellia no-seed no-bf \
+    no-cast no-aria no-sock no-ui-console RC="$host-windres" >"$work/openssl-configure.log" 2>&1
+  make -j"$jobs" build_generated >"$work/openssl-make.log" 2>&1
+  make -j"$jobs" libcrypto.a >>"$work/openssl-make.log" 2>&1
+  mkdir -p "$stage/include/openssl" "$stage/lib"
+  cp include/openssl/*.h "$stage/include/openssl/"
+  cp libcrypto.a "$stage/lib/"
+) || { tail -n 40 "$work"/openssl-*.log >&2; exit 1; }
 
 echo "windows-deps: nlohmann-json ${pin[nlohmann-json3-dev]} headers"
 mkdir -p "$stage/include" "$stage/share/cmake"

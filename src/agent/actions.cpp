@@ -1,17 +1,13 @@
 // The configuration requests' dispatch and the checks several objects share.
 #include "actions.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <cerrno>
 #include <set>
-#include <system_error>
 #include <utility>
+
+#include "os/files.h"
 
 namespace kvda {
 
@@ -211,79 +207,16 @@ std::vector<int64_t> diskSet(W& w, int64_t g, const std::function<bool(const Obj
     return list;
 }
 
-namespace {
-
-class Fd {
-  public:
-    explicit Fd(int fd) : fd_(fd) {}
-    ~Fd() {
-        if (fd_ >= 0) close(fd_);
-    }
-    Fd(const Fd&) = delete;
-    Fd& operator=(const Fd&) = delete;
-    int get() const { return fd_; }
-    int release() { return std::exchange(fd_, -1); }
-
-  private:
-    int fd_;
-};
-
-std::string lastError() {
-    return std::generic_category().message(errno);
-}
-
-// Writes `text` to logs/`name` below `dir`; empty on success, else why not.
-// Nothing is followed: `logs` must be a directory, and the log a new file
-// (created exclusively) or a regular file with a single link, both opened
-// without following symbolic links, so a planted link or hard link never
-// makes the agent write elsewhere.
-std::string writeLog(const fs::path& dir, const std::string& name, const std::string& text) {
-    const Fd base(open(dir.empty() ? "." : dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (base.get() < 0) return "cannot open the agent's directory: " + lastError();
-    if (mkdirat(base.get(), "logs", 0750) != 0 && errno != EEXIST)
-        return "cannot create the logs directory: " + lastError();
-    const Fd logs(openat(base.get(), "logs", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (logs.get() < 0)
-        return errno == ELOOP || errno == ENOTDIR
-                   ? "logs is a symbolic link or not a directory; logs are written only to a "
-                     "real directory"
-                   : "cannot open the logs directory: " + lastError();
-    constexpr int kWrite = O_WRONLY | O_NOFOLLOW | O_CLOEXEC;
-    const std::string notOwn =
-        "it is not a regular file with a single link; logs are written only to their own files";
-    int fd = openat(logs.get(), name.c_str(), kWrite | O_CREAT | O_EXCL, 0640);
-    const bool existed = fd < 0 && errno == EEXIST;
-    // Non-blocking, so that a FIFO is refused (ENXIO) instead of waited on.
-    if (existed) fd = openat(logs.get(), name.c_str(), kWrite | O_NONBLOCK);
-    if (fd < 0)
-        return errno == ELOOP ? "it is a symbolic link; logs are never written through links"
-               : errno == ENXIO || errno == EISDIR ? notOwn
-                                                   : lastError();
-    Fd file(fd);
-    if (existed) {
-        struct stat st {};
-        if (fstat(file.get(), &st) != 0 || !S_ISREG(st.st_mode) || st.st_nlink != 1) return notOwn;
-        if (ftruncate(file.get(), 0) != 0) return lastError();
-    }
-    for (size_t done = 0; done < text.size();) {
-        const ssize_t n = write(file.get(), text.data() + done, text.size() - done);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return lastError();
-        done += static_cast<size_t>(n);
-    }
-    if (close(file.release()) != 0) return lastError();
-    return {};
-}
-
-}  // namespace
-
 // Export logs are written in the agent's own log directory, under a plain
 // file name: a request never chooses where the agent writes.
 void exportLog(W& w, const std::string& defaultName, const std::vector<std::string>& lines,
                int64_t oid) {
     std::string name = defaultName;
     if (const std::string* f = w.opt("FileName")) {
-        if (f->find('/') != std::string::npos || *f == "." || *f == ".." || f->size() > 100)
+        // Either separator, on every system: the same request is refused
+        // wherever the agent runs.
+        if (f->find_first_of("/\\") != std::string::npos || *f == "." || *f == ".." ||
+            f->size() > 100)
             w.badValue("bad FileName '" + *f + "': give a plain file name; logs are written to " +
                        (w.dir / "logs").string());
         name = *f;
@@ -292,7 +225,9 @@ void exportLog(W& w, const std::string& defaultName, const std::vector<std::stri
     const fs::path path = w.dir / "logs" / name;
     std::string text;
     for (const std::string& l : lines) text += l + "\n";
-    if (std::string why = writeLog(w.dir, name, text); !why.empty())
+    // Nothing is followed, so a planted link never makes the agent write
+    // elsewhere.
+    if (std::string why = vk::os::WriteLogFile(w.dir, "logs", name, text); !why.empty())
         w.fail(status::kStateError, "cannot write " + path.string() + ": " + why);
     w.reply(oid);
     w.answer.object({{"ObjID", std::to_string(oid)}, {"FileName", path.string()}});

@@ -10,6 +10,7 @@
 #include <limits>
 
 #include "answer.h"
+#include "os/clock.h"
 #include "sqlite.h"
 
 namespace kvda {
@@ -112,7 +113,7 @@ constexpr std::time_t kClockOrigin = 1709510400;  // 2024-03-04T00:00:00Z
 std::string formatClock(int64_t simSeconds) {
     std::time_t t = kClockOrigin + static_cast<std::time_t>(simSeconds);
     std::tm tm{};
-    gmtime_r(&t, &tm);
+    vk::os::UtcTime(t, tm);
     char buf[32];
     std::strftime(buf, sizeof buf, "%Y-%m-%dT%H:%M:%S", &tm);
     return buf;

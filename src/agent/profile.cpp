@@ -1,13 +1,7 @@
 #include "profile.h"
 
-#include <dlfcn.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <nlohmann/json.hpp>
@@ -16,6 +10,9 @@
 
 #include "answer.h"
 #include "mechanics.h"
+#include "os/files.h"
+#include "os/locations.h"
+#include "os/module.h"
 #include "sqlite.h"
 #include "xml_text.h"
 
@@ -210,7 +207,7 @@ constexpr long long kMaxConnectors = 64;
 constexpr long long kMaxNvmeAdapters = 64;
 // Profiles larger than this are refused unread: repeat counts describe large
 // estates in a few lines.
-constexpr off_t kMaxProfileBytes = 16 << 20;
+constexpr std::uint64_t kMaxProfileBytes = 16 << 20;
 
 // A capacity in GB as a product id names it: "960" under a thousand, else
 // terabytes without trailing zeros ("1.2T", "1.92T", "8T").
@@ -923,33 +920,17 @@ Address parseAddress(const std::vector<std::string>& words) {
 
 std::string readProfile(const std::filesystem::path& file) {
     // Only a regular file is read, and only up to the size limit: a FIFO or
-    // a device would block or never end. Opening does not wait for a FIFO's
-    // writer.
-    struct Fd {
-        int fd;
-        ~Fd() {
-            if (fd >= 0) ::close(fd);
-        }
-    } in{::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)};
-    if (in.fd < 0)
-        throw Error("cannot read profile " + file.string() + ": " + std::strerror(errno));
-    struct stat st {};
-    if (::fstat(in.fd, &st) != 0 || !S_ISREG(st.st_mode))
+    // a device would block or never end.
+    vk::os::InputFile in(file);
+    if (in.problem() == vk::os::InputFile::Problem::kCannotOpen)
+        throw Error("cannot read profile " + file.string() + ": " + in.error());
+    if (in.problem() == vk::os::InputFile::Problem::kNotRegular)
         throw Error("profile " + file.string() + " is not a regular file");
-    if (st.st_size > kMaxProfileBytes)
+    if (in.size() > kMaxProfileBytes)
         throw Error("profile " + file.string() + " is larger than " +
                     std::to_string(kMaxProfileBytes >> 20) + " MiB");
-    std::string text(static_cast<size_t>(st.st_size), '\0');
-    size_t got = 0;
-    while (got < text.size()) {
-        const ssize_t n = ::read(in.fd, text.data() + got, text.size() - got);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0)
-            throw Error("cannot read profile " + file.string() + ": " + std::strerror(errno));
-        if (n == 0) break;  // it shrank while being read
-        got += static_cast<size_t>(n);
-    }
-    text.resize(got);
+    std::string text;
+    if (!in.Read(text)) throw Error("cannot read profile " + file.string() + ": " + in.error());
     return text;
 }
 
@@ -985,10 +966,10 @@ Estate buildEstate(const std::string& text, const std::string& origin) {
 std::filesystem::path profilesDir() {
     namespace fs = std::filesystem;
     if (const char* s = std::getenv("VK_SHARE_DIR"); s && *s) return fs::path(s) / "profiles";
-    Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&profilesDir), &info) && info.dli_fname) {
-        fs::path self = fs::weakly_canonical(fs::path(info.dli_fname));
-        if (self.filename() != "" && !fs::exists(self)) self = fs::read_symlink("/proc/self/exe");
+    if (const auto module = vk::os::ModuleContaining(reinterpret_cast<void*>(&profilesDir))) {
+        fs::path self = fs::weakly_canonical(module->file);
+        std::string why;
+        if (self.filename() != "" && !fs::exists(self)) self = vk::os::ProgramFile(why);
         // module: lib/vk/agents/libkvda.so; program: bin/kvda
         fs::path rel = self.parent_path().filename() == "agents" ? "../../../share/vk/profiles"
                                                                  : "../share/vk/profiles";
@@ -1000,7 +981,7 @@ std::filesystem::path profilesDir() {
 
 std::filesystem::path resolveProfile(const std::string& nameOrPath) {
     namespace fs = std::filesystem;
-    if (nameOrPath.find('/') != std::string::npos || nameOrPath.ends_with(".json"))
+    if (fs::path(nameOrPath).has_parent_path() || nameOrPath.ends_with(".json"))
         return fs::path(nameOrPath);
     return profilesDir() / (nameOrPath + ".json");
 }

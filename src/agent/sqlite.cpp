@@ -1,64 +1,42 @@
 #include "sqlite.h"
 
-#include <fcntl.h>
-#include <grp.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <array>
 #include <cctype>
-#include <cerrno>
 #include <cstring>
-#include <optional>
+#include <filesystem>
+#include <system_error>
+
+#include "os/files.h"
 
 namespace kvda {
 
 namespace {
 // Long enough for a large profile being written by another process.
 constexpr int kBusyTimeoutMs = 30000;
-constexpr mode_t kStateMode = 0640;
 constexpr const char* kAdminGroup = "vkadmin";
 
-// The administrators' group, when the system has one.
-std::optional<gid_t> adminGroup() {
-    group g{};
-    group* found = nullptr;
-    std::array<char, 4096> buf{};
-    if (getgrnam_r(kAdminGroup, &g, buf.data(), buf.size(), &found) != 0 || !found)
-        return std::nullopt;
-    return found->gr_gid;
-}
-
 // SQLite would create the file, its WAL and its shared memory readable by
-// everyone under the usual umask; they are made here first, 0640 and owned
-// by the administrators' group where it exists (a failure to change the
-// group leaves the caller's own group, still not readable by others).
+// everyone under the usual umask; they are made here first, for their owner
+// and the administrators' group only.
 void createPrivate(const std::string& path) {
-    const std::optional<gid_t> group = adminGroup();
     // The file first, so that a directory this user may not write is named;
     // a process that opens it meanwhile makes the companions with its mode.
     for (const char* suffix : {"", "-wal", "-shm"}) {
         const std::string name = path + suffix;
-        int fd =
-            ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kStateMode);
-        if (fd < 0) {
-            if (errno == EEXIST) continue;  // another process was first
-            throw Error("cannot create state file " + name + ": " + std::strerror(errno));
-        }
-        if (fchmod(fd, kStateMode) != 0 ||
-            (group && fchown(fd, static_cast<uid_t>(-1), *group) != 0)) {
-            // the mode was set at creation already; the group is a courtesy
-        }
-        ::close(fd);
+        std::string why;
+        // kExists: another process was first
+        if (vk::os::CreatePrivateFile(name, kAdminGroup, why) == vk::os::Created::kFailed)
+            throw Error("cannot create state file " + name + ": " + why);
     }
 }
 
-// A file name as the path of a "file:" URI.
-std::string uriPath(std::string_view path) {
-    std::string out;
-    for (char c : path) {
+// A file name as the path of a "file:" URI: "/" between names, and a
+// drive ("C:") after a "/".
+std::string uriPath(const std::string& path) {
+    const std::filesystem::path file(path);
+    std::string out = file.has_root_name() ? "/" : "";
+    for (char c : file.generic_string()) {
         const auto u = static_cast<unsigned char>(c);
-        if (std::isalnum(u) || std::strchr("/-._~", c)) {
+        if (std::isalnum(u) || std::strchr("/-._~:", c)) {
             out += c;
         } else {
             constexpr char kHex[] = "0123456789ABCDEF";
@@ -74,10 +52,10 @@ std::string uriPath(std::string_view path) {
 
 Db::Db(const std::string& path) : path_(path) {
     int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX;
-    struct stat st {};
-    if (::stat(path.c_str(), &st) != 0) {
+    std::error_code ec;
+    if (!std::filesystem::exists(path, ec)) {
         createPrivate(path);
-    } else if (::access(path.c_str(), W_OK) != 0) {
+    } else if (!vk::os::MayWrite(path)) {
         // Reports read an estate they may not change.
         flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_FULLMUTEX;
         readOnly_ = true;
@@ -86,7 +64,7 @@ Db::Db(const std::string& path) : path_(path) {
     if (readOnly_ &&
         sqlite3_exec(db_.get(), "SELECT count(*) FROM sqlite_master", nullptr, nullptr, nullptr) !=
             SQLITE_OK &&
-        ::stat((path + "-wal").c_str(), &st) != 0) {
+        !std::filesystem::exists(path + "-wal", ec)) {
         // A read-only file without its write-ahead log, in a directory where
         // this user cannot make one: nothing is pending outside the file, so
         // it is read as it is.
@@ -113,8 +91,9 @@ void Db::open(const std::string& name, int flags) {
 }
 
 int64_t Db::walBytes() const {
-    struct stat st {};
-    return ::stat((path_ + "-wal").c_str(), &st) == 0 ? static_cast<int64_t>(st.st_size) : 0;
+    std::error_code ec;
+    const auto bytes = std::filesystem::file_size(path_ + "-wal", ec);
+    return ec ? 0 : static_cast<int64_t>(bytes);
 }
 
 void Db::checkpointAbove(int64_t bytes) {

@@ -1,7 +1,5 @@
 #include "store.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <charconv>
 #include <chrono>
@@ -10,6 +8,8 @@
 #include <optional>
 
 #include "mechanics.h"
+#include "os/clock.h"
+#include "os/locations.h"
 #include "profile.h"
 
 namespace kvda {
@@ -109,20 +109,15 @@ void insertObject(Stmt& ins, const Object& o) {
 
 fs::path defaultStatePath() {
     if (const char* s = std::getenv("KVDA_STATE"); s && *s) return fs::path(s);
-    if (geteuid() == 0) return fs::path("/var/lib/vk/kvda.db");
-    // Only absolute directories count (a relative one would follow the
-    // working directory); without one there is no place of the user's own,
-    // and a shared directory would hand the estate to every other user.
-    fs::path base;
-    if (const char* x = std::getenv("XDG_STATE_HOME"); x && fs::path(x).is_absolute())
-        base = x;
-    else if (const char* h = std::getenv("HOME"); h && fs::path(h).is_absolute())
-        base = fs::path(h) / ".local" / "state";
-    else
-        throw Error("no state directory of user " + std::to_string(geteuid()) +
-                    ": set HOME or XDG_STATE_HOME to an absolute directory, or KVDA_STATE to the "
-                    "estate's file; a shared directory such as /tmp is not used");
-    return base / "vk" / "kvda.db";
+    // Without a directory of the user's own there is no default: a shared
+    // directory would hand the estate to every other user.
+    std::string why;
+    const fs::path dir = vk::os::StateDirectory(why);
+    if (dir.empty())
+        throw Error(why +
+                    ", or KVDA_STATE to the estate's file; a shared directory such as /tmp is not "
+                    "used");
+    return dir / "kvda.db";
 }
 
 Store::Store(const fs::path& path) : db_(ensureDir(path).string()) {
@@ -464,7 +459,7 @@ void Store::journal(const std::string& line) {
     auto now = system_clock::to_time_t(system_clock::now());
     char stamp[32];
     std::tm tm{};
-    gmtime_r(&now, &tm);
+    vk::os::UtcTime(now, tm);
     std::strftime(stamp, sizeof stamp, "%Y-%m-%dT%H:%M:%S", &tm);
     pending_.emplace_back(stamp, line);
     if (pending_.size() >= kJournalBatch) flushJournal();

@@ -26,8 +26,9 @@ inline constexpr int kSchemaVersion = 3;
 inline constexpr int64_t kDefaultJournalSize = 10000;
 
 // The state file: $KVDA_STATE, else /var/lib/vk/kvda.db for root, else
-// ${XDG_STATE_HOME:-~/.local/state}/vk/kvda.db. Throws Error for a user
-// other than root with neither directory set.
+// ${XDG_STATE_HOME:-~/.local/state}/vk/kvda.db (%ProgramData%\vk\kvda.db
+// on Windows). Throws Error for a user other than root with neither
+// directory set.
 std::filesystem::path defaultStatePath();
 
 class Store : public ObjectSource {

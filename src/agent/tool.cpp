@@ -8,6 +8,8 @@
 #include "agent.h"
 #include "answer.h"
 #include "mechanics.h"
+#include "os/arguments.h"
+#include "os/console.h"
 #include "profile.h"
 #include "store.h"
 #include "xml_text.h"
@@ -285,8 +287,10 @@ int run(const std::vector<std::string>& argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    vk::os::UseBinaryStandardStreams();
     try {
-        return run(std::vector<std::string>(argv + 1, argv + argc));
+        const std::vector<std::string> args = vk::os::Arguments(argc, argv);
+        return run(std::vector<std::string>(args.begin() + (args.empty() ? 0 : 1), args.end()));
     } catch (const Usage& e) {
         std::cerr << "kvda: " << e.what() << "\n" << kUsage;
         return 2;

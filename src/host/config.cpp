@@ -1,16 +1,13 @@
 // Locations, host settings, user rights and the trace directory.
-#include <fcntl.h>
-#include <grp.h>
-#include <pwd.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdlib>
 #include <sstream>
-#include <system_error>
 
 #include "host.h"
+#include "os/environment.h"
+#include "os/files.h"
+#include "os/locations.h"
+#include "os/module.h"
+#include "os/rights.h"
 
 namespace vk::host {
 
@@ -23,13 +20,6 @@ std::string EnvOr(const char* name, std::string fallback) {
     return value != nullptr && *value != '\0' ? std::string(value) : std::move(fallback);
 }
 
-std::string HomeDir() {
-    if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') return home;
-    if (const passwd* pw = getpwuid(geteuid()); pw != nullptr && pw->pw_dir != nullptr)
-        return pw->pw_dir;
-    return "/";
-}
-
 std::string_view Trim(std::string_view text) {
     const auto first = text.find_first_not_of(" \t\r");
     if (first == std::string_view::npos) return {};
@@ -38,13 +28,16 @@ std::string_view Trim(std::string_view text) {
 }
 
 // Host configuration files are a few lines; anything larger is not one.
-constexpr off_t kMaxConfBytes = 64 * 1024;
+constexpr std::uint64_t kMaxConfBytes = 64 * 1024;
 
-// Whether a file may decide this caller's rights: root reads any file it
-// chooses; anyone else only one that root owns and no one else may write,
-// or a caller could grant itself rights with a file of its own.
-bool TrustedForCaller(const struct stat& st) {
-    return geteuid() == 0 || (st.st_uid == 0 && (st.st_mode & (S_IWGRP | S_IWOTH)) == 0);
+// Whether a file may decide this caller's rights: the administrator (root,
+// or on Windows an elevated member of Administrators) reads any file it
+// chooses; anyone else only one that the administrators own and no one else
+// may write, or a caller could grant itself rights with a file of its own.
+// On Windows that is a file owned by Administrators or the system whose
+// access list lets no one else write it, as for files under Program Files.
+bool TrustedForCaller(const os::InputFile& file) {
+    return os::CallerIsAdministrator() || file.AdministratorsOnly();
 }
 
 // Who chose the file that is read.
@@ -56,56 +49,35 @@ enum class ConfSource {
 
 enum class ConfRead { kRead, kUnusable, kUntrusted };
 
-class FileDescriptor {
-  public:
-    explicit FileDescriptor(int fd) : fd_(fd) {}
-    ~FileDescriptor() {
-        if (fd_ >= 0) close(fd_);
-    }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    int get() const { return fd_; }
-
-  private:
-    int fd_;
-};
-
 // Reads the text of a configuration file into `text`. The checks are made on
 // the open file, so it cannot be swapped for another after them.
 ConfRead ReadConfText(const fs::path& file, ConfSource source, std::string& text,
                       const std::function<void(const std::string&)>& warn) {
-    // Non-blocking, so that a FIFO is refused instead of waited on.
-    const FileDescriptor fd(open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    struct stat st {};
-    if (fd.get() < 0) {
+    os::InputFile in(file);
+    if (in.problem() == os::InputFile::Problem::kCannotOpen) {
         warn("cannot read " + file.string() + "; using the defaults");
         return ConfRead::kUnusable;
     }
-    if (fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) {
+    if (in.problem() == os::InputFile::Problem::kNotRegular) {
         warn(file.string() + " is not a regular file; using the defaults");
         return ConfRead::kUnusable;
     }
-    if (source != ConfSource::kInstalled && !TrustedForCaller(st)) {
-        if (source == ConfSource::kOverride)
-            warn("ignoring VK_HOST_CONF=" + file.string() +
-                 ": only root may choose where rights come from, or the file must be owned by "
-                 "root and writable by no one else");
+    if (source != ConfSource::kInstalled && !TrustedForCaller(in)) {
+        if (source == ConfSource::kOverride) {
+            const std::string admin = os::AdministratorName();
+            warn("ignoring VK_HOST_CONF=" + file.string() + ": only " + admin +
+                 " may choose where rights come from, or the file must be owned by " + admin +
+                 " and writable by no one else");
+        }
         return ConfRead::kUntrusted;
     }
-    if (st.st_size > kMaxConfBytes) {
+    if (in.size() > kMaxConfBytes) {
         warn(file.string() + " is larger than " + std::to_string(kMaxConfBytes) +
              " bytes; using the defaults");
         return ConfRead::kUnusable;
     }
-    text.assign(static_cast<size_t>(st.st_size), '\0');
-    size_t got = 0;
-    while (got < text.size()) {
-        const ssize_t n = read(fd.get(), text.data() + got, text.size() - got);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) break;
-        got += static_cast<size_t>(n);
-    }
-    text.resize(got);
+    // A read error leaves what was read: the lines before it still count.
+    in.Read(text);
     return ConfRead::kRead;
 }
 
@@ -141,12 +113,13 @@ ConfRead ReadConfFile(const fs::path& file, ConfSource source, HostConfig& confi
 }  // namespace
 
 Locations FindLocations() {
-    std::error_code ec;
-    const fs::path exe = fs::read_symlink("/proc/self/exe", ec);
-    if (ec) throw HostError(kExitFailure, "cannot find the program's own path: " + ec.message());
+    std::string why;
+    const fs::path exe = os::ProgramFile(why);
+    if (exe.empty()) throw HostError(kExitFailure, "cannot find the program's own path: " + why);
     const fs::path prefix = exe.parent_path().parent_path();
     Locations where;
-    where.plugin = EnvOr("VK_PLUGIN", (prefix / "lib/vk/libkvclp64.so").string());
+    where.plugin =
+        EnvOr("VK_PLUGIN", (prefix / "lib" / "vk" / os::ModuleFileName("kvclp64")).string());
     where.share = EnvOr("VK_SHARE_DIR", (prefix / "share/vk").string());
     return where;
 }
@@ -166,41 +139,23 @@ HostConfig LoadHostConfig(const fs::path& share,
     if (local != nullptr && *local != '\0' &&
         ReadConfFile(local, ConfSource::kOverride, config, warn) != ConfRead::kUntrusted)
         return config;
-    if (fs::exists("/etc/vk/host.conf"))
-        ReadConfFile("/etc/vk/host.conf", ConfSource::kInstalled, config, warn);
+    if (const fs::path system = os::SystemConfigFile(); fs::exists(system))
+        ReadConfFile(system, ConfSource::kInstalled, config, warn);
     return config;
 }
 
 uint32_t HeldRights(const std::string& adminGroup) {
-    if (geteuid() == 0) return kAdminRights;
-    const group* admin = getgrnam(adminGroup.c_str());
-    if (admin == nullptr) return kReadRights;
-    if (getegid() == admin->gr_gid) return kAdminRights;
-    const int count = getgroups(0, nullptr);
-    if (count <= 0) return kReadRights;
-    std::vector<gid_t> groups(static_cast<size_t>(count));
-    const int got = getgroups(count, groups.data());
-    for (int i = 0; i < got; ++i) {
-        if (groups[static_cast<size_t>(i)] == admin->gr_gid) return kAdminRights;
-    }
-    return kReadRights;
+    return os::CallerIsAdministrator() || os::CallerInGroup(adminGroup) ? kAdminRights
+                                                                        : kReadRights;
 }
 
 void EnsureTraceRoot() {
     // The plug-in's trace goes below SystemRoot; left unset it would land in
-    // the working directory.
+    // the working directory. Windows always sets it.
     if (std::getenv("SystemRoot") != nullptr) return;
-    const bool root = geteuid() == 0;
-    const fs::path dir =
-        root ? fs::path("/var/log/vk")
-             : fs::path(EnvOr("XDG_STATE_HOME", HomeDir() + "/.local/state")) / "vk" / "log";
-    std::error_code ec;
-    if (fs::create_directories(dir, ec)) {
-        fs::permissions(dir, root ? fs::perms(0755) : fs::perms(0700), ec);
-    }
     // Set even when it could not be created: the trace then drops its lines
     // instead of writing them elsewhere.
-    setenv("SystemRoot", dir.c_str(), 1);
+    os::SetEnvironment("SystemRoot", os::LogDirectory().string().c_str());
 }
 
 }  // namespace vk::host

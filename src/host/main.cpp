@@ -12,7 +12,10 @@
 #include "help_words.h"
 #include "host.h"
 #include "nearest_words.h"
+#include "os/arguments.h"
 #include "os/console.h"
+#include "os/locations.h"
+#include "os/rights.h"
 #include "passphrase.h"
 #include "plugin.h"
 #include "text.h"
@@ -459,8 +462,9 @@ Outcome RunCommand(const std::string& program, const Options& opts) {
     const bool help = AsksHelp(opts.words);
     const uint32_t required = plugin.RequiredRights(argv);
     if (!help && required != 0 && (required & ~HeldRights(config.adminGroup)) != 0) {
-        throw HostError(kExitRights, "you need administrator rights for '" + command +
-                                         "' (root or group " + config.adminGroup + ")");
+        throw HostError(kExitRights, "you need administrator rights for '" + command + "' (" +
+                                         os::AdministratorName() + " or group " +
+                                         config.adminGroup + ")");
     }
     if (opts.dryRun) plugin.RequestDryRun();
 
@@ -508,7 +512,7 @@ Outcome RunCommand(const std::string& program, const Options& opts) {
 }
 
 int Run(int argc, char** argv) {
-    const std::string program = argc > 0 ? fs::path(argv[0]).filename().string() : "";
+    const std::string program = argc > 0 ? os::ProgramName(argv[0]) : "";
     Options opts;
     try {
         if (program != "vkreport" && program != "vkconfig") {
@@ -546,5 +550,9 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     vk::os::UseBinaryStandardStreams();
-    return vk::host::Run(argc, argv);
+    std::vector<std::string> args = vk::os::Arguments(argc, argv);
+    std::vector<char*> words;
+    for (std::string& word : args) words.push_back(word.data());
+    words.push_back(nullptr);
+    return vk::host::Run(static_cast<int>(args.size()), words.data());
 }

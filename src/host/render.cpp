@@ -410,7 +410,9 @@ const Sheet& Load(RenderState& state, const std::string& styleSheet) {
         throw HostError(kExitFailure, "stylesheet " + path.string() + " not found");
     g_firstError.clear();
     Sheet sheet;
-    sheet.style.reset(xsltParseStylesheetFile(reinterpret_cast<const xmlChar*>(path.c_str())));
+    // libxml2 takes file names in UTF-8 on every system.
+    const std::u8string file = path.u8string();
+    sheet.style.reset(xsltParseStylesheetFile(reinterpret_cast<const xmlChar*>(file.c_str())));
     if (!sheet.style) {
         throw HostError(kExitFailure, "cannot use the stylesheet " + path.string() + ": " +
                                           TakeError("not a valid stylesheet"));

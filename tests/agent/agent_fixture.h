@@ -2,11 +2,8 @@
 // agent over it, and readers of answers.
 #pragma once
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <libxml/parser.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -17,8 +14,11 @@
 #include <vector>
 
 #include "agent.h"
+#include "os/environment.h"
 #include "profile.h"
+#include "programs.h"
 #include "store.h"
+#include "temp_dir.h"
 
 namespace kvda::test {
 
@@ -62,33 +62,28 @@ struct ToolRun {
     std::string out, err;
 };
 
-// Runs the control tool with exactly `env` as its environment, as the user
-// nobody when `asNobody` and the tests run as root.
+// Runs the control tool with `env` ("NAME=value") as the only settings it
+// reads; `through` runs it through another program ("/usr/bin/setpriv",
+// then that program's options).
 inline ToolRun runTool(const std::vector<std::string>& args, const std::vector<std::string>& env,
-                       const fs::path& scratch, bool asNobody = false) {
-    std::vector<std::string> words{VK_TEST_KVDA}, vars = env;
-    words.insert(words.end(), args.begin(), args.end());
-    std::vector<char*> argv, envp;
-    for (auto& w : words) argv.push_back(w.data());
-    argv.push_back(nullptr);
-    for (auto& e : vars) envp.push_back(e.data());
-    envp.push_back(nullptr);
-    const fs::path out = scratch / "tool.out", err = scratch / "tool.err";
-    const pid_t pid = fork();
-    if (pid == 0) {
-        dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 1);
-        dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);
-        if (asNobody && geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(126);
-        execve(argv[0], argv.data(), envp.data());
-        _exit(127);
+                       const std::vector<std::string>& through = {}) {
+    vktest::Environment vars;
+    for (const char* name :
+         {"KVDA_STATE", "KVDA_TIME_SCALE", "VK_SHARE_DIR", "HOME", "XDG_STATE_HOME"})
+        vars[name] = std::nullopt;
+    for (const std::string& e : env) vars[e.substr(0, e.find('='))] = e.substr(e.find('=') + 1);
+    const fs::path tool = VK_TEST_KVDA;
+    fs::path program = tool;
+    std::vector<std::string> words;
+    if (!through.empty()) {
+        program = through.front();
+        words.assign(through.begin() + 1, through.end());
+        words.push_back(tool.string());
     }
-    int st = 0;
-    waitpid(pid, &st, 0);
-    auto slurp = [](const fs::path& f) {
-        std::ifstream in(f);
-        return std::string((std::istreambuf_iterator<char>(in)), {});
-    };
-    return {WIFEXITED(st) ? WEXITSTATUS(st) : -1, slurp(out), slurp(err)};
+    words.insert(words.begin(), program.filename().string());
+    words.insert(words.end(), args.begin(), args.end());
+    const vktest::Result r = vktest::RunProgram(program.parent_path(), words, vars);
+    return {r.exitCode, r.out, r.err};
 }
 
 inline int statusOf(const std::string& text) {
@@ -99,16 +94,17 @@ inline int statusOf(const std::string& text) {
 class AgentTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        setenv("VK_SHARE_DIR", VK_TEST_SHARE_DIR, 1);
-        setenv("KVDA_TIME_SCALE", "0", 1);  // only `time advance` moves the clock
-        dir_ = fs::temp_directory_path() /
-               ("kvda-test-" + std::to_string(getpid()) + "-" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir_);
-        fs::create_directories(dir_);
+        vk::os::SetEnvironment("VK_SHARE_DIR", VK_TEST_SHARE_DIR);
+        // only `time advance` moves the clock
+        vk::os::SetEnvironment("KVDA_TIME_SCALE", "0");
+        dir_ = vktest::MakeTempDir("kvda-test-");
         path_ = dir_ / "state.db";
     }
-    void TearDown() override { fs::remove_all(dir_); }
+    void TearDown() override {
+        // The estate is closed first: Windows removes no open file.
+        agent_.reset();
+        fs::remove_all(dir_);
+    }
 
     Agent& agent(const std::string& profile = "default") {
         if (!agent_) {

@@ -1,11 +1,7 @@
 // Configuration requests carried out by the agent: the estate after each
 // request, refusals that leave it untouched, operations over simulated
 // time, faults and hot spares, and concurrent writers.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <functional>
@@ -13,6 +9,7 @@
 
 #include "agent_fixture.h"
 #include "mechanics.h"
+#include "os/module.h"
 
 using namespace kvda;
 using namespace kvda::test;
@@ -270,94 +267,6 @@ TEST_F(AgentConfigTest, ExportLogsStayInTheAgentsDirectory) {
     ask({"vkacmd=exportDiskReliabilityLog", "GlobalNo=0", "adisk=0:0:7", "FileName=../x"}, 7);
     out = ask({"vkacmd=setCntrlExportLog", "GlobalNo=0"});
     EXPECT_TRUE(fs::exists(out.at(0)["FileName"]));
-}
-
-// Nothing planted in the agent's directory makes an export write elsewhere:
-// links are never followed, and a log that is not the agent's own file is
-// refused; the file outside keeps its text (or is never created).
-TEST_F(AgentConfigTest, ExportLogsNeverFollowLinks) {
-    const fs::path logs = dir_ / "logs", log = logs / "controller-0.log";
-    const fs::path outside = dir_ / "outside", target = outside / "target";
-    auto plant = [&](auto how) {
-        fs::remove_all(logs);
-        fs::remove_all(outside);
-        fs::create_directories(outside);
-        std::ofstream(target) << "keep\n";
-        how();
-    };
-    struct Case {
-        const char* what;
-        std::function<void()> setup;
-        const char* why;
-    };
-    const std::vector<Case> cases{
-        {"a link to a file", [&] { fs::create_directories(logs), fs::create_symlink(target, log); },
-         "symbolic link"},
-        {"a dangling link",
-         [&] { fs::create_directories(logs), fs::create_symlink(outside / "new.log", log); },
-         "symbolic link"},
-        {"logs itself a link", [&] { fs::create_directory_symlink(outside, logs); },
-         "logs is a symbolic link"},
-        {"a hard link", [&] { fs::create_directories(logs), fs::create_hard_link(target, log); },
-         "single link"},
-        {"a FIFO", [&] { fs::create_directories(logs), mkfifo(log.c_str(), 0600); }, "single link"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        plant(c.setup);
-        const std::string answer = agent().send({"vkacmd=setCntrlExportLog", "GlobalNo=0"});
-        EXPECT_EQ(statusOf(answer), status::kStateError) << answer;
-        EXPECT_NE(answer.find(c.why), std::string::npos) << answer;
-        std::ifstream in(target);
-        EXPECT_EQ(std::string((std::istreambuf_iterator<char>(in)), {}), "keep\n");
-        EXPECT_FALSE(fs::exists(outside / "new.log"));
-        EXPECT_FALSE(fs::exists(outside / "controller-0.log"));
-    }
-    // The agent's own earlier log is replaced.
-    plant([&] {
-        fs::create_directories(logs), std::ofstream(log) << "old text, longer than the new\n";
-    });
-    ask({"vkacmd=setCntrlExportLog", "GlobalNo=0"});
-    std::ifstream in(log);
-    const std::string text((std::istreambuf_iterator<char>(in)), {});
-    EXPECT_EQ(text.find("old text"), std::string::npos) << text;
-    EXPECT_FALSE(text.empty());
-}
-
-// A user other than root without a directory of their own gets a clear
-// refusal instead of an estate shared with every other user.
-TEST_F(AgentConfigTest, TheStateFileIsNeverInASharedDirectory) {
-    const fs::path home = dir_ / "home";
-    fs::create_directories(home);
-    fs::permissions(dir_, fs::perms::all);
-    fs::permissions(home, fs::perms::all);
-    struct Case {
-        std::vector<std::string> env;
-        int exit;
-        std::string says;
-    };
-    const std::string refusal = "kvda: no state directory of user ";
-    const std::string share = "VK_SHARE_DIR=" VK_TEST_SHARE_DIR;
-    // clang-format off
-    const std::vector<Case> cases{
-        {{share},                                          1, refusal},
-        {{share, "HOME="},                                 1, refusal},
-        {{share, "XDG_STATE_HOME=state", "HOME=rel"},      1, refusal},
-        {{share, "HOME=" + home.string()},                 0, ""},
-        {{share, "XDG_STATE_HOME=" + (home / "x").string()}, 0, ""},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.env.back());
-        const ToolRun r = runTool({"alerts"}, c.env, dir_, true);
-        EXPECT_EQ(r.exit, c.exit) << r.err;
-        EXPECT_EQ(r.err.substr(0, c.says.size()), c.says);
-        if (c.exit != 0) {
-            EXPECT_NE(r.err.find("KVDA_STATE"), std::string::npos) << r.err;
-        }
-    }
-    EXPECT_TRUE(fs::exists(home / ".local/state/vk/kvda.db"));
-    EXPECT_TRUE(fs::exists(home / "x/vk/kvda.db"));
 }
 
 // ---- simulated time, faults and rebuilds ---------------------------------------
@@ -702,62 +611,21 @@ TEST_F(AgentConfigTest, TheJournalRecordsEveryRequestWithItsResult) {
               "controller 0");
 }
 
-TEST_F(AgentConfigTest, TwoProcessesChangingTheEstateLoseNothing) {
-    agent();
-    agent_.reset();
-    // each process creates virtual disks on its own disks and blinks
-    const std::vector<std::vector<std::string>> jobs{{"0:0:7", "0:0:9"}, {"0:0:8", "0:0:10"}};
-    std::vector<pid_t> kids;
-    for (const auto& job : jobs) {
-        pid_t pid = fork();
-        if (pid == 0) {
-            try {
-                bool ok = true;
-                Agent a(path_);
-                for (const auto& id : job) {
-                    ok &= statusOf(a.send({"vkacmd=setCntrlCreateVD", "GlobalNo=0", "Layout=2",
-                                           "adisk=" + id})) == 0;
-                    for (int i = 0; i < 10; ++i)
-                        ok &= statusOf(a.send(
-                                  {"vkacmd=setVDBlink", "GlobalNo=0", "LogicalDriveNum=0"})) == 0;
-                }
-                a.store().flushJournal();  // _exit runs no destructors
-                _exit(ok ? 0 : 1);
-            } catch (...) {
-                _exit(2);
-            }
-        }
-        kids.push_back(pid);
-    }
-    for (pid_t pid : kids) {
-        int st = 0;
-        waitpid(pid, &st, 0);
-        EXPECT_TRUE(WIFEXITED(st) && WEXITSTATUS(st) == 0);
-    }
-    auto vds = ask({"vkacmd=getVirtualDisksForController", "GlobalNo=0"});
-    ASSERT_EQ(vds.size(), 6u);
-    std::set<std::string> numbers;
-    for (auto& v : vds) numbers.insert(v["LogicalDriveNum"]);
-    EXPECT_EQ(numbers, (std::set<std::string>{"0", "1", "2", "3", "4", "5"}));
-    for (auto id : {"0:0:7", "0:0:8", "0:0:9", "0:0:10"}) EXPECT_EQ(disk(id)["ObjState"], "4");
-    // both processes' requests, and this process's five questions
-    EXPECT_EQ(agent().store().journalLines().size(), 44u + 5u);
-}
-
 TEST_F(AgentConfigTest, TheModuleCarriesOutRequests) {
-    setenv("KVDA_STATE", path_.c_str(), 1);
-    void* h = dlopen(VK_TEST_MODULE, RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(h, nullptr) << dlerror();
+    vk::os::SetEnvironment("KVDA_STATE", path_.string().c_str());
+    std::string why;
+    vk::os::Module module = vk::os::Module::Load(VK_TEST_MODULE, why);
+    ASSERT_TRUE(module) << why;
     auto send =
-        reinterpret_cast<char* (*)(void*, uint32_t, const char**)>(dlsym(h, "VKDBAgentSendCmd"));
-    auto release = reinterpret_cast<void (*)(void*, char*)>(dlsym(h, "VKDBAgentFreeData"));
+        reinterpret_cast<char* (*)(void*, uint32_t, const char**)>(module.Find("VKDBAgentSendCmd"));
+    auto release = reinterpret_cast<void (*)(void*, char*)>(module.Find("VKDBAgentFreeData"));
     const char* req[] = {"vkacmd=setArrayDiskGlobalHotSpare", "GlobalNo=0", "adisk=0:0:10",
                          "set=yes"};
     char* text = send(nullptr, 4, req);
     ASSERT_NE(text, nullptr);
     EXPECT_EQ(statusOf(text), 0) << text;
     release(nullptr, text);
-    dlclose(h);
+    module = {};
     EXPECT_TRUE(bit(disk("0:0:10"), "AttributesMask", diskattr::kGlobalHotSpare));
 }
 

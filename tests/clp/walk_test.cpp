@@ -10,8 +10,6 @@
 #include <gtest/gtest.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
-#include <stdlib.h>
-#include <sys/wait.h>
 
 #include <cstdio>
 #include <cstring>
@@ -25,6 +23,8 @@
 #include "clps.h"
 #include "help_words.h"
 #include "kvclp64.h"
+#include "os/environment.h"
+#include "programs.h"
 #include "vkdb.h"
 
 namespace fs = std::filesystem;
@@ -54,15 +54,13 @@ std::string Joined(const Line& line) {
 class WalkTest : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
-        std::string tmpl = (fs::temp_directory_path() / "vk-walk-XXXXXX").string();
-        ASSERT_NE(mkdtemp(tmpl.data()), nullptr);
-        dir_ = tmpl;
-        setenv("KVDA_STATE", (dir_ / "estate.db").c_str(), 1);
-        setenv("KVDA_TIME_SCALE", "0", 1);
-        setenv("VK_SHARE_DIR", VK_TEST_SHARE_DIR, 1);
-        setenv("SystemRoot", dir_.c_str(), 1);
+        dir_ = vktest::MakeTempDir("vk-walk-");
+        vk::os::SetEnvironment("KVDA_STATE", (dir_ / "estate.db").string().c_str());
+        vk::os::SetEnvironment("KVDA_TIME_SCALE", "0");
+        vk::os::SetEnvironment("VK_SHARE_DIR", VK_TEST_SHARE_DIR);
+        vk::os::SetEnvironment("SystemRoot", dir_.string().c_str());
         // Only the agent installed below answers.
-        setenv("VK_AGENT_DIR", (dir_ / "no-agents").c_str(), 1);
+        vk::os::SetEnvironment("VK_AGENT_DIR", (dir_ / "no-agents").string().c_str());
         agent_ = std::make_unique<kvda::Agent>(dir_ / "estate.db");
         agent_->estate();  // the default estate, created on first use
         ASSERT_EQ(VKDBPluginInstallAgent("kvda", Send, Free, agent_.get()), 0);
@@ -94,14 +92,10 @@ class WalkTest : public ::testing::Test {
 
     // The whole estate as the control tool shows it.
     static std::string ShowEstate() {
-        const std::string command = std::string(VK_TEST_KVDA_TOOL) + " show --format=json";
-        std::string text;
-        std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-        if (!pipe) return text;
-        char buffer[4096];
-        for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe.get())) > 0;)
-            text.append(buffer, n);
-        return text;
+        const fs::path tool = VK_TEST_KVDA_TOOL;
+        return vktest::RunProgram(tool.parent_path(),
+                                  {tool.filename().string(), "show", "--format=json"})
+            .out;
     }
 
     static inline fs::path dir_;

@@ -4,17 +4,18 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <system_error>
 #include <vector>
+
+#include "os/environment.h"
+#include "temp_dir.h"
 
 namespace vktest {
 
@@ -31,53 +32,37 @@ struct Result {
     std::string err;
 };
 
-// Runs bin/argv[0] with argv; standard error goes through a file so that
-// neither pipe can fill up while the other is read.
-inline Result RunProgram(const std::filesystem::path& bin, const std::vector<std::string>& argv) {
-    Result result;
-    int out[2];
-    if (pipe(out) != 0) return result;
-    char errName[] = "/tmp/vk-run-err-XXXXXX";
-    const int errFd = mkstemp(errName);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        dup2(out[1], 1);
-        dup2(errFd, 2);
-        close(out[0]);
-        std::vector<char*> args;
-        for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
-        args.push_back(nullptr);
-        execv((bin / argv[0]).c_str(), args.data());
-        _exit(127);
-    }
-    close(out[1]);
-    std::array<char, 8192> buffer{};
-    for (ssize_t n; (n = read(out[0], buffer.data(), buffer.size())) > 0;)
-        result.out.append(buffer.data(), static_cast<size_t>(n));
-    close(out[0]);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    close(errFd);
-    result.err = ReadFile(errName);
-    unlink(errName);
-    return result;
-}
+// Variables to set (or, without a value, to remove) for one program only.
+using Environment = std::map<std::string, std::optional<std::string>>;
+
+// Runs the program argv[0] of bin (NAME.exe on Windows) with argv, in this
+// process's environment changed by env; standard output and error are kept
+// apart. One source per system.
+Result RunProgram(const std::filesystem::path& bin, const std::vector<std::string>& argv,
+                  const Environment& env = {});
+
+// Whether a word reaches a program's arguments as it is: any bytes but
+// null on POSIX systems, text (valid UTF-8) on Windows.
+bool CommandLineCarries(const std::string& word);
+
+// Whether a program run with SystemRoot in env sees that value. Wine gives
+// every process the Windows directory instead, whatever its parent passes,
+// so a test cannot move the plug-in's trace there.
+bool ChildrenKeepSystemRoot();
 
 // A private agent state, trace directory and share directory, made from a
 // profile name or file with "kvda init".
 class Estate {
   public:
     Estate(const std::filesystem::path& bin, const std::filesystem::path& share,
-           const std::string& profile) {
-        char name[] = "/tmp/vk-estate-XXXXXX";
-        dir_ = mkdtemp(name);
-        setenv("KVDA_STATE", (dir_ / "kvda.db").c_str(), 1);
-        setenv("SystemRoot", dir_.c_str(), 1);
-        setenv("VK_SHARE_DIR", share.c_str(), 1);
+           const std::string& profile)
+        : dir_(MakeTempDir("vk-estate-")) {
+        vk::os::SetEnvironment("KVDA_STATE", (dir_ / "kvda.db").string().c_str());
+        vk::os::SetEnvironment("SystemRoot", dir_.string().c_str());
+        vk::os::SetEnvironment("VK_SHARE_DIR", share.string().c_str());
         // The simulated clock stands still, so running operations keep the
         // progress the estate gives them.
-        setenv("KVDA_TIME_SCALE", "0", 1);
+        vk::os::SetEnvironment("KVDA_TIME_SCALE", "0");
         const Result init = RunProgram(bin, {"kvda", "init", "--profile", profile, "--force"});
         if (init.exitCode != 0) ADD_FAILURE() << "kvda init " << profile << ": " << init.err;
     }

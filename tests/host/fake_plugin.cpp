@@ -12,8 +12,9 @@
 #include <vector>
 
 #include "clps.h"
+#include "vk_export.h"
 
-#define FAKE_EXPORT extern "C" __attribute__((visibility("default")))
+#define FAKE_EXPORT extern "C" VK_DLL_EXPORT
 
 namespace {
 
@@ -22,7 +23,8 @@ uint32_t g_flags = 0;
 void Log(const std::string& line) {
     const char* file = std::getenv("VK_FAKE_LOG");
     if (file == nullptr) return;
-    if (std::FILE* out = std::fopen(file, "a")) {
+    // Binary: the record reads the same on every system.
+    if (std::FILE* out = std::fopen(file, "ab")) {
         std::fprintf(out, "%s\n", line.c_str());
         std::fclose(out);
     }

@@ -4,16 +4,12 @@
 // report stylesheets on answers the host never renders itself (failures),
 // text against JSON, a large estate, and the message catalogue against the
 // numbers the code returns.
-#include <fcntl.h>
-#include <grp.h>
 #include <gtest/gtest.h>
 #include <libexslt/exslt.h>
 #include <libxml/parser.h>
 #include <libxslt/transform.h>
 #include <libxslt/xsltInternals.h>
 #include <libxslt/xsltutils.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
 #include <cstdlib>
@@ -49,8 +45,8 @@ std::vector<std::string> Words(const std::string& line) {
     return words;
 }
 
-Result RunProgram(const std::vector<std::string>& argv) {
-    return vktest::RunProgram(kBin, argv);
+Result RunProgram(const std::vector<std::string>& argv, const vktest::Environment& env = {}) {
+    return vktest::RunProgram(kBin, argv, env);
 }
 
 // A test estate file beside the cases, else a profile of the share.
@@ -87,15 +83,15 @@ nlohmann::json RunRefused(const std::string& estateName, const std::vector<std::
                           std::vector<std::string> command) {
     const bool noAgent = estateName == kNoAgent;
     const Estate estate(noAgent ? "empty" : estateName);
-    if (noAgent) setenv("VK_AGENT_DIR", "/nonexistent/vk-agents", 1);
     for (const std::string& line : overrides) {
         const Result set = RunProgram(Words("kvda set " + line));
         EXPECT_EQ(set.exitCode, 0) << line << ": " << set.err;
     }
     command.insert(command.begin() + 1, "--format=json");
     if (command.front() == "vkconfig") command.insert(command.begin() + 1, "--dry-run");
-    const Result run = RunProgram(command);
-    if (noAgent) unsetenv("VK_AGENT_DIR");
+    vktest::Environment env;
+    if (noAgent) env["VK_AGENT_DIR"] = "/nonexistent/vk-agents";
+    const Result run = RunProgram(command, env);
     nlohmann::json doc = nlohmann::json::parse(run.out, nullptr, false);
     if (doc.is_discarded()) ADD_FAILURE() << run.out << run.err;
     return doc.is_discarded() ? nlohmann::json::object() : doc;
@@ -404,8 +400,9 @@ std::string Apply(xsltStylesheetPtr style, const std::string& xml, const std::st
 std::string Transform(const std::string& sheet, const std::string& xml,
                       const std::string& program = "vkreport") {
     exsltRegisterAll();
+    const std::u8string file = (kShare / sheet).u8string();
     xsltStylesheetPtr style =
-        xsltParseStylesheetFile(reinterpret_cast<const xmlChar*>((kShare / sheet).c_str()));
+        xsltParseStylesheetFile(reinterpret_cast<const xmlChar*>(file.c_str()));
     if (style == nullptr) return "<unusable stylesheet " + sheet + ">";
     return Apply(style, xml, program);
 }

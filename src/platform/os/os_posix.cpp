@@ -1,18 +1,15 @@
-// The module, console, environment and path interfaces on POSIX systems:
-// dlopen, dup2, setenv.
+// The module, console, environment, path, argument and clock interfaces on
+// POSIX systems: dlopen, dup2, setenv, gmtime_r.
 #include <dlfcn.h>
-#include <fcntl.h>
-#include <grp.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <utility>
 
+#include "arguments.h"
+#include "clock.h"
 #include "console.h"
 #include "environment.h"
-#include "files.h"
 #include "module.h"
 #include "paths.h"
 
@@ -94,25 +91,12 @@ std::FILE* CreateTemporaryFile() {
     return std::tmpfile();
 }
 
-std::FILE* OpenPrivateFile(const char* path, bool append, const char* adminGroup) {
-    constexpr mode_t kMode = 0640;
-    const int flags = O_WRONLY | O_CLOEXEC | (append ? O_APPEND : O_TRUNC);
-    int fd = open(path, flags | O_CREAT | O_EXCL, kMode);
-    if (fd >= 0) {
-        // Best effort: the umask may have taken bits away, and a user outside
-        // the group cannot give the file to it.
-        const bool moded = fchmod(fd, kMode) == 0;
-        const group* admins = adminGroup != nullptr ? getgrnam(adminGroup) : nullptr;
-        if (moded && admins != nullptr && fchown(fd, static_cast<uid_t>(-1), admins->gr_gid) != 0) {
-            // the file keeps its creator's group
-        }
-    } else if (errno == EEXIST) {
-        fd = open(path, flags);
-    }
-    if (fd < 0) return nullptr;
-    std::FILE* f = fdopen(fd, append ? "a" : "w");
-    if (f == nullptr) close(fd);
-    return f;
+std::vector<std::string> Arguments(int argc, char** argv) {
+    return std::vector<std::string>(argv, argv + argc);
+}
+
+bool UtcTime(std::time_t t, std::tm& out) {
+    return gmtime_r(&t, &out) != nullptr;
 }
 
 }  // namespace vk::os

@@ -1,24 +1,27 @@
-// The module, console, environment and path interfaces on Windows:
-// LoadLibrary, GetProcAddress, the C runtime's descriptors and environment.
+// The module, console, environment, path, argument and clock interfaces on
+// Windows: LoadLibrary, GetProcAddress, the C runtime's descriptors and
+// environment, the wide command line.
 #include <fcntl.h>
 #include <io.h>
 #include <windows.h>
+// after windows.h
+#include <shellapi.h>
 
 #include <cstdlib>
 #include <utility>
 #include <vector>
 
+#include "arguments.h"
+#include "clock.h"
 #include "console.h"
 #include "environment.h"
-#include "files.h"
 #include "module.h"
 #include "paths.h"
+#include "windows_error.h"
 
 namespace vk::os {
 
-namespace {
-
-std::string ErrorText(DWORD code) {
+std::string ErrorText(unsigned long code) {
     char* text = nullptr;
     const DWORD n = FormatMessageA(
         FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
@@ -30,6 +33,8 @@ std::string ErrorText(DWORD code) {
         result.pop_back();
     return result;
 }
+
+namespace {
 
 HMODULE AsModule(void* handle) {
     return static_cast<HMODULE>(handle);
@@ -44,7 +49,7 @@ Module Module::Load(const std::filesystem::path& file, std::string& error) {
     std::filesystem::path absolute = std::filesystem::absolute(file, ec);
     if (ec) absolute = file;
     HMODULE handle = LoadLibraryExW(absolute.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-    if (handle == nullptr) error = ErrorText(GetLastError()) + ": " + absolute.string();
+    if (handle == nullptr) error = absolute.string() + ": " + ErrorText(GetLastError());
     return Module(handle);
 }
 
@@ -155,10 +160,23 @@ std::FILE* CreateTemporaryFile() {
     return file;
 }
 
-// Files under %ProgramData% inherit its access rules, which already keep
-// them from ordinary users' writes; text mode gives the native line ends.
-std::FILE* OpenPrivateFile(const char* path, bool append, const char* /*adminGroup*/) {
-    return std::fopen(path, append ? "a" : "w");
+std::vector<std::string> Arguments(int argc, char** argv) {
+    int count = 0;
+    wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count);
+    if (wide == nullptr) return std::vector<std::string>(argv, argv + argc);
+    std::vector<std::string> out;
+    for (int i = 0; i < count; ++i) {
+        const int n = WideCharToMultiByte(CP_UTF8, 0, wide[i], -1, nullptr, 0, nullptr, nullptr);
+        std::string word(n > 0 ? static_cast<size_t>(n - 1) : 0, '\0');
+        WideCharToMultiByte(CP_UTF8, 0, wide[i], -1, word.data(), n, nullptr, nullptr);
+        out.push_back(std::move(word));
+    }
+    LocalFree(wide);
+    return out;
+}
+
+bool UtcTime(std::time_t t, std::tm& out) {
+    return gmtime_s(&out, &t) == 0;
 }
 
 }  // namespace vk::os
