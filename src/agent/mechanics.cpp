@@ -5,12 +5,12 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <limits>
 
 #include "answer.h"
-#include "os/clock.h"
 #include "sqlite.h"
 
 namespace kvda {
@@ -110,12 +110,19 @@ std::string formatDuration(int64_t s) {
 // answers are the same on every run of the same story.
 constexpr std::time_t kClockOrigin = 1709510400;  // 2024-03-04T00:00:00Z
 
+// Computed from the calendar rather than the system's broken-down time, which
+// on some systems stops long before the clock's end (9999-12-31).
 std::string formatClock(int64_t simSeconds) {
-    std::time_t t = kClockOrigin + static_cast<std::time_t>(simSeconds);
-    std::tm tm{};
-    vk::os::UtcTime(t, tm);
+    using namespace std::chrono;
+    const sys_seconds at{seconds{static_cast<int64_t>(kClockOrigin) + simSeconds}};
+    const sys_days day = floor<days>(at);
+    const year_month_day date{day};
+    const hh_mm_ss<seconds> time{at - day};
     char buf[32];
-    std::strftime(buf, sizeof buf, "%Y-%m-%dT%H:%M:%S", &tm);
+    std::snprintf(buf, sizeof buf, "%04d-%02u-%02uT%02d:%02d:%02d", static_cast<int>(date.year()),
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                  static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                  static_cast<int>(time.seconds().count()));
     return buf;
 }
 

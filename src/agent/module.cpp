@@ -1,10 +1,12 @@
 // The agent module: the two functions the data-agent access library calls.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "agent.h"
 #include "vkdb.h"
@@ -13,8 +15,18 @@ namespace {
 
 std::mutex gMutex;
 std::unique_ptr<kvda::Agent> gAgent;
-// Why this thread's last request got no answer (VKDBAgentFailure).
-thread_local std::string tFailure;
+// Why this thread's last request got no answer (VKDBAgentFailure). A plain
+// buffer: a thread-local object with a destructor would keep the module
+// loaded, and the estate open, after the caller unloads it.
+thread_local char tFailure[2048];
+
+// Keeps as much of `why` as fits, cut before a character, never inside one.
+void setFailure(std::string_view why) {
+    size_t n = std::min(why.size(), sizeof tFailure - 1);
+    while (n > 0 && n < why.size() && (static_cast<unsigned char>(why[n]) & 0xC0) == 0x80) --n;
+    std::memcpy(tFailure, why.data(), n);
+    tFailure[n] = '\0';
+}
 
 // Opens the estate on first use, and retries on the next request after a
 // failure, so a fixed state file needs no restart of the host. An estate
@@ -29,14 +41,14 @@ std::optional<std::string> answer(uint32_t count, const char** pairs) {
         try {
             if (!gAgent) gAgent = std::make_unique<kvda::Agent>(kvda::defaultStatePath());
         } catch (const std::exception& e) {
-            tFailure = e.what();
+            setFailure(e.what());
             return std::nullopt;
         }
         agent = gAgent.get();
     }
     kvda::Reply reply = agent->reply(list);
     if (reply.status == kvda::status::kStateError) {
-        tFailure = std::move(reply.message);
+        setFailure(reply.message);
         return std::nullopt;
     }
     return std::move(reply.text);
@@ -48,20 +60,20 @@ extern "C" {
 
 VKDB_AGENT_EXPORT char* VKDBAgentSendCmd(void* /*context*/, uint32_t count, const char** nvPairs) {
     try {
-        tFailure.clear();
+        setFailure("");
         std::optional<std::string> text = answer(count, nvPairs);
         if (!text) return nullptr;
         auto out = std::make_unique<char[]>(text->size() + 1);
         std::memcpy(out.get(), text->c_str(), text->size() + 1);
         return out.release();
     } catch (...) {
-        tFailure.clear();  // out of memory: no answer, and no words to say why
+        setFailure("");  // out of memory: no answer, and no words to say why
         return nullptr;
     }
 }
 
 VKDB_AGENT_EXPORT const char* VKDBAgentFailure(void* /*context*/) {
-    return tFailure.empty() ? nullptr : tFailure.c_str();
+    return tFailure[0] == '\0' ? nullptr : tFailure;
 }
 
 VKDB_AGENT_EXPORT void VKDBAgentFreeData(void* /*context*/, char* data) {

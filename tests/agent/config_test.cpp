@@ -9,6 +9,7 @@
 
 #include "agent_fixture.h"
 #include "mechanics.h"
+#include "os/environment.h"
 #include "os/module.h"
 
 using namespace kvda;
@@ -320,7 +321,7 @@ TEST_F(AgentConfigTest, SimulatedTimeStaysInItsRange) {
     agent();
     for (const Scale& c : scales) {
         SCOPED_TRACE(c.value);
-        setenv("KVDA_TIME_SCALE", c.value, 1);
+        vk::os::SetEnvironment("KVDA_TIME_SCALE", c.value);
         try {
             Agent another(path_);
             EXPECT_TRUE(c.taken);
@@ -340,13 +341,13 @@ TEST_F(AgentConfigTest, SimulatedTimeStaysInItsRange) {
         Db db(path_.string());
         db.exec("UPDATE meta SET value='0' WHERE key='wall_anchor'");
     }
-    setenv("KVDA_TIME_SCALE", "1e6", 1);
+    vk::os::SetEnvironment("KVDA_TIME_SCALE", "1e6");
     const Obj battery = ask({"vkacmd=getBattery", "GlobalNo=0", "BatteryID=0"}).at(0);
     EXPECT_EQ(battery.at("ObjState"), "1");
     EXPECT_EQ(battery.count("Progress"), 0u);
     EXPECT_EQ(agent().now(), kMaxSimTime);
     EXPECT_EQ(formatClock(agent().now()), "9999-12-31T23:59:59");
-    setenv("KVDA_TIME_SCALE", "0", 1);
+    vk::os::SetEnvironment("KVDA_TIME_SCALE", "0");
     for (const Obj& a : ask({"vkacmd=getAlertLog"}))
         EXPECT_EQ(a.at("Time").rfind("2024-03-", 0), 0u);
 

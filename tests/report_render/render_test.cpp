@@ -78,6 +78,16 @@ struct Refusal {
 // is sent even if a check lets it through.
 // kNoAgent as the estate runs the command where no data agent is found.
 constexpr const char* kNoAgent = "(no agent)";
+// What message 1590 says there: the system's loader words why.
+#ifdef _WIN32
+constexpr const char* kNoAgentText =
+    "The data agent kvda is not available: cannot load the agent module "
+    "/nonexistent/vk-agents\\kvda.dll: Z:\\nonexistent\\vk-agents\\kvda.dll: Module not found";
+#else
+constexpr const char* kNoAgentText =
+    "The data agent kvda is not available: cannot load the agent module "
+    "/nonexistent/vk-agents/libkvda.so: cannot open shared object file: No such file or directory";
+#endif
 
 nlohmann::json RunRefused(const std::string& estateName, const std::vector<std::string>& overrides,
                           std::vector<std::string> command) {
@@ -223,12 +233,12 @@ TEST_P(RenderCase, PrintsExpectedText) {
     const std::string expected = ReadFile(kHere / "cases" / (c.name + ".expected"));
     for (const char* part : {"", "1", "3"}) {
         SCOPED_TRACE(*part == '\0' ? std::string("whole") : std::string("parts of ") + part);
-        setenv("VK_RENDER_PART", part, 1);
+        vk::os::SetEnvironment("VK_RENDER_PART", part);
         const Result r = RunProgram(c.command);
         EXPECT_EQ(r.exitCode, c.exitCode) << r.err;
         EXPECT_EQ(c.onStderr ? r.err : r.out, expected) << "standard error: " << r.err;
     }
-    unsetenv("VK_RENDER_PART");
+    vk::os::UnsetEnvironment("VK_RENDER_PART");
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, RenderCase, testing::ValuesIn(LoadCases()),
@@ -676,7 +686,7 @@ const CatalogueCase kCatalogueCases[] = {
     {1513, "default", {}, "vkconfig storage vdisk action=blnk controller=0 vdisk=0",
      "The action blnk is not valid. Did you mean blink?"},
     {1590, kNoAgent, {}, "vkreport storage controller",
-     "The data agent kvda is not available: cannot load the agent module /nonexistent/vk-agents/libkvda.so: cannot open shared object file: No such file or directory"},
+     kNoAgentText},
     {1600, "default", {}, "vkconfig storage vdisk action=blink controller=5 vdisk=0",
      "Controller 5 was not found or is busy with automatic configuration. Valid controllers: 0, 1, 2"},
     {1601, "default", {}, "vkconfig storage connector action=rescan controller=0 connector=4",
