@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "dump_reading.h"
 #include "programs.h"
 
 namespace fs = std::filesystem;
@@ -36,18 +37,8 @@ std::string Line(const Json& command) {
     return line;
 }
 
-const Json& Rows(const Json& command, const char* kind) {
-    static const Json kNone = Json::array();
-    return command.contains(kind) ? command[kind] : kNone;
-}
-
-Strings Matches(const std::string& text, const std::string& pattern) {
-    Strings found;
-    const std::regex re(pattern);
-    for (std::sregex_iterator it(text.begin(), text.end(), re), end; it != end; ++it)
-        found.push_back((*it)[1].str());
-    return found;
-}
+using vktest::Matches;
+using vktest::Rows;
 
 // The offers of each line, from one bash that presses Tab at the end of each.
 struct Driven {

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "dump_reading.h"
 #include "programs.h"
 
 namespace fs = std::filesystem;
@@ -55,19 +56,8 @@ Strings CommandLine(const Json& command, const Strings& options, const Strings& 
     return argv;
 }
 
-// A command's actions or reports; none for a command without tables.
-const Json& Rows(const Json& command, const char* kind) {
-    static const Json kNone = Json::array();
-    return command.contains(kind) ? command[kind] : kNone;
-}
-
-Strings Matches(const std::string& text, const std::string& pattern) {
-    Strings found;
-    const std::regex re(pattern);
-    for (std::sregex_iterator it(text.begin(), text.end(), re), end; it != end; ++it)
-        found.push_back((*it)[1].str());
-    return found;
-}
+using vktest::Matches;
+using vktest::Rows;
 
 std::set<std::string> AsSet(const Strings& items) {
     return {items.begin(), items.end()};
